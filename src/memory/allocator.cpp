@@ -1,58 +1,310 @@
-// Memory over malloc: every block carries its charge in a header.
-#include "zenthar/memory.h"
+// The entry points, with the fast paths in sight.
+//
+// Taking a small block pops the free list of the first slab of its class; freeing one of one's own pushes it
+// on the list of its slab, which the address gives away. Both keep the bytes in use. Everything else (an
+// empty list, a limit, blocks that other threads have freed, other threads' blocks, large blocks, memory
+// checkers) is a separate function out of line.
+#include "memory/allocator.h"
 
-#include <cstdlib>
+#include <algorithm>
 #include <cstring>
 
-uint64_t system_memory = 0;
-uint64_t system_allocation_limit = ~uint64_t{0};
+#include "memory/accounting.h"
+#include "memory/guard.h"
+#include "memory/large.h"
+#include "memory/lifecycle.h"
+#include "memory/regions.h"
+#include "memory/slabs.h"
+#include "zenthar/memory.h"
+
+namespace zenthar::memory {
 
 namespace {
-constexpr size_t kHeader = 16;
-thread_local uint64_t in_use = 64;
-size_t& charge_of(void* p) { return *reinterpret_cast<size_t*>(static_cast<char*>(p) - kHeader); }
-}  // namespace
 
-void nomem(void) { std::exit(1); }
-size_t zalloc_round(size_t size, int32_t aligned) {
-  return aligned ? (size + 15) & ~size_t{15} : (size + 7) & ~size_t{7};
+#define ZENTHAR_INLINE [[gnu::always_inline]] inline
+#define ZENTHAR_NOINLINE [[gnu::noinline]]
+
+void* fail(size_t size, int32_t failmode) {
+  if (failmode == 0) nomem();
+  if (failmode == 2) report_failed_request(size);
+  return nullptr;
 }
-void* zalloc(size_t size, int32_t, int32_t failmode) {
-  if (size == 0) return nullptr;
-  char* p = size > system_allocation_limit || size + kHeader < size
-                ? nullptr
-                : static_cast<char*>(std::malloc(size + kHeader));
-  if (!p) {
-    if (failmode == 0) nomem();
+
+// What a request comes to: its rounded size, with header and padding where there are any.
+struct Request {
+  uint64_t rounded;
+  bool large;
+  bool wraps;
+};
+
+Request round_request(size_t size, bool aligned) {
+  if (size <= kLargestSmall) return {aligned ? round_up_16(size) : round_up_8(size), false, false};
+  uint64_t rounded = round_up_8(size) + (aligned ? 16 : 8);
+  const bool large = rounded > kLargestClass;
+  if (large) rounded += 32;
+  return {rounded, large, rounded < size};
+}
+
+uint64_t* word_before(void* p) { return static_cast<uint64_t*>(p) - 1; }
+
+// Writes the header of a block above kLargestSmall. @return where its data begins
+ZENTHAR_INLINE void* write_header(Block* block, const Slab* slab, bool aligned) {
+  auto* words = reinterpret_cast<uint64_t*>(block);
+  words[0] = reinterpret_cast<uintptr_t>(slab) | kSlabMark;
+  if (!aligned) return words + 1;
+  words[1] = kPaddingWord;  // blocks of these classes are 16-aligned, so the data after one word is not
+  return words + 2;
+}
+
+// Takes a block from the front of the class's free list, if nothing needs a second thought.
+ZENTHAR_INLINE Block* take_fast(ThreadAllocator* allocator, SizeClass* size_class) {
+  Slab* slab = size_class->available;
+  Block* block = slab->free;
+  if (!block || size_class->remote_pending.load(std::memory_order_relaxed)) [[unlikely]]
     return nullptr;
+  const uint64_t in_use = get(allocator->in_use) + size_class->block_size;
+  if (in_use > allocator->ceiling) [[unlikely]] {
+    if (get(allocator->limit)) return nullptr;
+    set(allocator->mark, in_use);
+    allocator->ceiling = in_use;
   }
-  charge_of(p + kHeader) = size;
-  in_use += size;
-  return p + kHeader;
+  set(allocator->in_use, in_use);
+  slab->free = block->next;
+  ++slab->used;
+  return block;
 }
-void zfree(void* p) {
-  if (!p) return;
-  in_use -= charge_of(p);
-  std::free(static_cast<char*>(p) - kHeader);
-}
-void* zrealloc(void* p, size_t size, int32_t aligned, int32_t failmode) {
+
+ZENTHAR_NOINLINE void* allocate_slow(size_t size, bool aligned, int32_t failmode, bool zeroed) {
   if (size == 0) return nullptr;
-  void* moved = zalloc(size, aligned, failmode);
-  if (moved && p) {
-    std::memcpy(moved, p, size < charge_of(p) ? size : charge_of(p));
-    zfree(p);
+  const Request request = round_request(size, aligned);
+  if (request.wraps) return fail(size, failmode);
+  ThreadAllocator* allocator = this_allocator();
+  if (!within_limit(allocator, request.rounded) && failmode == 1) return nullptr;
+  if (request.large) {
+    void* data = allocate_large(allocator, request.rounded, aligned, zeroed);
+    if (!data) return fail(size, failmode);
+    charge(allocator, request.rounded);
+    return data;
   }
+  SizeClass* size_class = &allocator->classes[kClassOfSize[request.rounded / 8]];
+  if (size_class->remote_pending.load(std::memory_order_relaxed)) drain_when_due(size_class);
+  Block* block = take_block(size_class);
+  if (!block) return fail(size, failmode);
+  charge(allocator, size_class->block_size);
+  void* data = block;
+  if (size > kLargestSmall) {
+    guard::open(block, 16);
+    data = write_header(block, size_class->available, aligned);
+    guard::close(block, 16);
+  }
+  guard::hand_out(data, size);
+  return data;
+}
+
+// Blocks with a header, above kLargestSmall.
+ZENTHAR_NOINLINE void* allocate_medium(size_t size, bool aligned, int32_t failmode) {
+  const uint64_t rounded = round_up_8(size) + (aligned ? 16 : 8);
+  if (rounded <= kLargestClass && size - 1 < kLargestClass) {
+    ThreadAllocator* allocator = fast_allocator;
+    SizeClass* size_class = &allocator->classes[kClassOfSize[rounded / 8]];
+    Slab* slab = size_class->available;
+    if (Block* block = take_fast(allocator, size_class)) [[likely]]
+      return write_header(block, slab, aligned);
+  }
+  return allocate_slow(size, aligned, failmode, false);
+}
+
+ZENTHAR_INLINE void* allocate(size_t size, int32_t aligned, int32_t failmode) {
+  if (size - 1 >= kLargestSmall) [[unlikely]]
+    return allocate_medium(size, aligned != 0, failmode);
+  const size_t eighths = aligned ? (size + 15) / 16 * 2 : (size + 7) / 8;
+  ThreadAllocator* allocator = fast_allocator;
+  if (Block* block = take_fast(allocator, &allocator->classes[kClassOfSize[eighths]])) [[likely]]
+    return block;
+  return allocate_slow(size, aligned != 0, failmode, false);
+}
+
+// Puts a block of the calling thread on the free list of its slab.
+ZENTHAR_INLINE void free_fast(ThreadAllocator* allocator, const SizeClass* size_class, Slab* slab,
+                              Block* block) {
+  block->next = slab->free;
+  slab->free = block;
+  set(allocator->in_use, get(allocator->in_use) - size_class->block_size);
+  if (--slab->used == slab->wake) [[unlikely]]
+    wake_slab(slab);
+}
+
+ZENTHAR_INLINE bool owns(const ThreadAllocator* allocator, const SizeClass* size_class) {
+  return reinterpret_cast<uintptr_t>(size_class) - reinterpret_cast<uintptr_t>(allocator->classes) <
+         sizeof allocator->classes;
+}
+
+void free_orphaned(Slab* slab, Block* block) {
+  const ListLock lock;
+  ThreadAllocator* owner = slab->size_class->owner;
+  return_block(slab, block);
+  release_if_empty(owner);
+}
+
+void free_class_block(Slab* slab, Block* block) {
+  SizeClass* size_class = slab->size_class;
+  if (size_class->owner == current_allocator) {
+    return_block(slab, block);
+  } else if (!push_remote(size_class, block)) {
+    free_orphaned(slab, block);
+  }
+}
+
+// What a pointer leads to: a block of a class with its slab, or a large block.
+struct Found {
+  Slab* slab;
+  Block* block;
+  LargeBlock* large;
+  size_t capacity;
+};
+
+Found find(void* p) {
+  if (in_region(p)) {
+    Region* region = region_of(p);
+    if (const SizeClass* size_class = region->small_class[chunk_of(p)])
+      return {&region->slabs[chunk_of(p)], static_cast<Block*>(p), nullptr, size_class->block_size};
+  }
+  uint64_t* word = word_before(p);
+  guard::open(word, sizeof *word);
+  const bool padded = *word & kPaddingMark;
+  if (padded) guard::open(--word, sizeof *word);
+  if (*word & kSlabMark) {
+    auto* slab = reinterpret_cast<Slab*>(*word - kSlabMark);
+    const size_t header = padded ? 16 : 8;
+    guard::close(word, header);
+    return {slab, reinterpret_cast<Block*>(word), nullptr, slab->size_class->block_size - header};
+  }
+  auto* large = reinterpret_cast<LargeBlock*>(word + 1) - 1;
+  return {nullptr, nullptr, large, large->size - (padded ? kAlignedLargeHeader : kLargeHeader)};
+}
+
+ZENTHAR_NOINLINE void free_slow(void* p) {
+  if (!p) return;
+  guard::touch(p);
+  const Found found = find(p);
+  if (found.large) {
+    free_large(current_allocator, found.large);
+    return;
+  }
+  if (const SizeClass* size_class = found.slab->size_class;
+      owns(fast_allocator, size_class)) {  // a block with a header
+    free_fast(fast_allocator, size_class, found.slab, found.block);
+    return;
+  }
+  guard::take_back(p);
+  if (guard::watching()) guard::close(found.block, found.slab->stride);
+  free_class_block(found.slab, found.block);
+}
+
+ZENTHAR_INLINE void free_block(void* p) {
+  if (in_region(p)) [[likely]] {
+    Region* region = region_of(p);
+    const size_t chunk = chunk_of(p);
+    const SizeClass* size_class = region->small_class[chunk];
+    ThreadAllocator* allocator = fast_allocator;
+    if (owns(allocator, size_class)) [[likely]] {
+      free_fast(allocator, size_class, &region->slabs[chunk], static_cast<Block*>(p));
+      return;
+    }
+  }
+  free_slow(p);
+}
+
+void* allocate_zeroed(size_t size, int32_t aligned, int32_t failmode) {
+  if (size > kLargestClass) return allocate_slow(size, aligned != 0, failmode, true);
+  void* p = allocate(size, aligned, failmode);
+  return p ? std::memset(p, 0, size) : p;
+}
+
+bool misaligned(const void* p) { return reinterpret_cast<uintptr_t>(p) % 16 != 0; }
+
+// Grows or shrinks a large block by the system's means, which can move pages instead of copying. The accounts
+// see what a new block beside the old one would have shown them.
+void* reallocate_large(void* p, LargeBlock* block, const Request& request, size_t size, bool aligned,
+                       int32_t failmode) {
+  ThreadAllocator* allocator = current_allocator;
+  if (!within_limit(allocator, request.rounded) && failmode == 1) return nullptr;
+  const uint64_t old_size = block->size;
+  void* moved = resize_large(allocator, block, request.rounded, aligned);
+  if (!moved) return fail(size, failmode);
+  (void)p;
+  charge(allocator, request.rounded);
+  add(allocator->in_use, -old_size);
   return moved;
 }
-void* kCalloc(size_t count, size_t size, int32_t aligned, int32_t failmode) {
-  void* p = zalloc(count * size, aligned, failmode);
-  return p ? std::memset(p, 0, count * size) : p;
+
+void* reallocate(void* p, size_t size, int32_t aligned, int32_t failmode) {
+  if (!p) return allocate(size, aligned, failmode);
+  if (size == 0) return nullptr;
+  const Found found = find(p);
+  const bool realign = aligned && misaligned(p);
+  if (size <= found.capacity && found.capacity - size <= size && !realign) {
+    if (!found.large) guard::resize(p, found.capacity, size);
+    return p;
+  }
+  const Request request = round_request(size, aligned != 0);
+  if (found.large && request.large && !request.wraps && found.large->owner == current_allocator &&
+      !misaligned(p) == (aligned != 0))
+    return reallocate_large(p, found.large, request, size, aligned != 0, failmode);
+  void* moved = allocate(size, aligned, failmode);
+  if (!moved) return nullptr;
+  if (!found.large) guard::open(p, found.capacity);
+  std::memcpy(moved, p, std::min(size, found.capacity));
+  free_block(p);
+  return moved;
 }
-void* Malloc_fun(size_t size) { return zalloc(size, 0, 0); }
-void Free_fun(void* p) { zfree(p); }
-void* RuntimeAllocate(size_t size) { return zalloc(size, 0, 1); }
-void RuntimeFree(void* p) { zfree(p); }
-uint64_t MemoryInUse(void) { return in_use; }
-uint64_t MCinuse(void) { return in_use; }
-int32_t InitializeMemory(void) { return 1; }
-AllocatorList GetAllocatorList(void) { return nullptr; }
+
+}  // namespace
+
+}  // namespace zenthar::memory
+
+namespace memory = zenthar::memory;
+
+void* zalloc(size_t size, int32_t aligned, int32_t failmode) {
+  return memory::allocate(size, aligned, failmode);
+}
+void zfree(void* p) { memory::free_block(p); }
+void* zrealloc(void* p, size_t size, int32_t aligned, int32_t failmode) {
+  return memory::reallocate(p, size, aligned, failmode);
+}
+void* kCalloc(size_t count, size_t size, int32_t aligned, int32_t failmode) {
+  return memory::allocate_zeroed(count * size, aligned, failmode);
+}
+
+size_t zalloc_round(size_t size, int32_t aligned) {
+  if (size == 0) return 0;
+  const size_t rounded = memory::round_up_8(size);
+  if (rounded >= memory::kLargestClass - 8)
+    return rounded + (aligned ? memory::kAlignedLargeHeader : memory::kLargeHeader);
+  const size_t request = rounded > memory::kLargestSmall ? rounded + (aligned ? 16 : 8)
+                         : aligned                       ? memory::round_up_16(rounded)
+                                                         : rounded;
+  return memory::kClassSizes[memory::kClassOfSize[request / 8]];
+}
+
+void* Malloc_fun(size_t size) { return memory::allocate(size, 0, 0); }
+void* MallocAligned_fun(size_t size) { return memory::allocate(size, 1, 0); }
+void* MallocAlign16_fun(size_t size) { return memory::allocate(size, 1, 0); }
+void* Calloc_fun(size_t count, size_t size) { return memory::allocate_zeroed(count * size, 0, 0); }
+void* CallocAligned_fun(size_t count, size_t size) { return memory::allocate_zeroed(count * size, 1, 0); }
+void* CallocAlign16_fun(size_t count, size_t size) { return memory::allocate_zeroed(count * size, 1, 0); }
+void* Realloc_fun(void* p, size_t size) { return memory::reallocate(p, size, 0, 0); }
+void* ReallocAligned_fun(void* p, size_t size) { return memory::reallocate(p, size, 1, 0); }
+void Free_fun(void* p) { memory::free_block(p); }
+void* Malloc_fun_for_gmp(size_t size) { return memory::allocate(size, 0, 0); }
+void* Realloc_fun_for_gmp(void* p, size_t, size_t new_size) { return memory::reallocate(p, new_size, 0, 0); }
+void Free_fun_for_gmp(void* p, size_t) { memory::free_block(p); }
+void* RuntimeAllocate(size_t size) { return memory::allocate(size, 0, 1); }
+void* RuntimeAllocateAligned(size_t size) { return memory::allocate(size, 1, 1); }
+void* RuntimeCallocate(size_t count, size_t size) { return memory::allocate_zeroed(count * size, 0, 1); }
+void* RuntimeCallocateAligned(size_t count, size_t size) {
+  return memory::allocate_zeroed(count * size, 1, 1);
+}
+void* RuntimeReallocate(void* p, size_t size) { return memory::reallocate(p, size, 0, 1); }
+void* RuntimeReallocateAligned(void* p, size_t size) { return memory::reallocate(p, size, 1, 1); }
+void RuntimeFree(void* p) { memory::free_block(p); }

@@ -1,0 +1,120 @@
+// The nouns of the allocator.
+//
+//   region     4 MiB of address space, aligned to its size: 64 chunks. Chunk 0 holds the region's own record,
+//   with
+//              one slab descriptor per chunk, so that the descriptor of an address follows by arithmetic.
+//   chunk      64 KiB. A run of neighbouring chunks makes the memory of one slab.
+//   slab       blocks of one size class, owned by one thread's allocator.
+//   block      what a request gets. While free it holds the link to the next free block of its slab.
+//   size class of one allocator: its slabs with free blocks, and the blocks that other threads have freed.
+//   allocator  of one thread: the size classes, the large blocks, the accounts.
+//
+// Who may touch what: an allocator's classes, slabs and accounts belong to its thread; other threads push
+// freed blocks on a class's `remote` list without a lock. An allocator whose thread has ended while blocks
+// were alive is orphaned: it then belongs to whoever holds the list mutex. Accounts are read by other
+// threads, so they are atomic words that only their owner writes, with plain moves.
+//
+// Lock order: list mutex, then an allocator's mutex, then the region mutex.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "memory/size_classes.h"
+#include "zenthar/memory.h"
+
+namespace zenthar::memory {
+
+using ThreadAllocator = ::st_ThreadAllocator;
+struct SizeClass;
+
+struct Block {
+  Block* next;
+};
+
+struct Slab {
+  Block* free;    // free blocks, most recently freed first
+  uint32_t used;  // blocks handed out and not yet back on `free`
+  uint32_t wake;  // freeing calls the slow path when `used` falls to this: 0, or blocks - 1 for a full slab
+  SizeClass* size_class;
+  Slab* next;  // ring of the class's slabs with free blocks
+  Slab* previous;
+  char* base;
+  uint32_t carved;  // blocks that have been on `free` at least once
+  uint32_t blocks;
+  uint32_t stride;  // from block to block
+  uint32_t chunks;
+};
+static_assert(sizeof(Slab) == kDescriptorSize);
+
+extern Slab no_slab;  // stands for none: it never has a free block
+
+// The word before a block of a class above kLargestSmall is its slab's address plus 1; before a large block
+// it is the block's size. Either may be followed by a padding word.
+inline constexpr uint64_t kSlabMark = 1;
+inline constexpr uint64_t kPaddingMark = 2;
+inline constexpr uint64_t kPaddingWord = 8 | kPaddingMark;
+
+// A class's first cache line is read by all and written by its owner when slabs come and go; the list that
+// other threads push on has a line of its own.
+struct alignas(128) SizeClass {
+  ThreadAllocator* owner;
+  KMutex mutex;                          // the owner's mutex; guards `aside`
+  Slab* available = &no_slab;            // ring of slabs with free blocks
+  std::atomic<uint32_t> remote_pending;  // not 0 when `remote` or `aside` wants the owner's attention
+  uint32_t block_size;
+  Slab* cached;  // the slab that was empty last: kept while it stays so
+  uint32_t slab_bytes;
+  uint32_t slab_pages;
+  uint32_t blocks_per_slab;
+  uint32_t slabs;  // owned
+
+  alignas(64) std::atomic<Block*> remote;  // freed by other threads; closed_list when the owner has ended
+  Block* aside;                            // taken off `remote` by CompactifyMemory(), waiting for the owner
+  uint64_t drained_at;                     // time stamp of the last drain
+};
+
+struct LargeBlock {
+  LargeBlock* self;
+  LargeBlock* previous;  // neighbours in the allocator's list, guarded by its mutex
+  LargeBlock* next;
+  ThreadAllocator* owner;
+  uint64_t size;  // charged bytes, header included
+};
+static_assert(sizeof(LargeBlock) == kLargeHeader);
+
+using Account = std::atomic<uint64_t>;
+
+inline uint64_t get(const Account& account) { return account.load(std::memory_order_relaxed); }
+inline void set(Account& account, uint64_t value) { account.store(value, std::memory_order_relaxed); }
+inline void add(Account& account, uint64_t value) { set(account, get(account) + value); }
+
+}  // namespace zenthar::memory
+
+// One thread's allocator, in the global list.
+struct st_ThreadAllocator {
+  zenthar::memory::SizeClass classes[zenthar::memory::kClassCount + 1];
+  st_ThreadAllocator* previous;
+  st_ThreadAllocator* next;
+  zenthar::memory::LargeBlock* large;          // guarded by `mutex`
+  zenthar::memory::LargeBlock* pending_large;  // freed by other threads, linked through their data; guarded
+  const uint8_t* class_of_size;
+  KMutex mutex;
+  uint64_t largest_class;
+  zenthar::memory::Account slab_bytes;  // capacity of all slabs; what of it is not in use is held free
+  zenthar::memory::Account in_use;
+  zenthar::memory::Account mark;   // high-water mark
+  zenthar::memory::Account limit;  // 0 for none
+  uint64_t ceiling;                // the fast path stops to think above this: the mark, or the limit if lower
+  uint64_t class_count;
+  uint64_t thread;
+  uint8_t main;
+  std::atomic<uint8_t> orphaned;
+  std::atomic<uint8_t> large_pending;    // a hint that `pending_large` is not empty
+  uint64_t slabs;                        // owned, of all classes
+  zenthar::memory::Account large_bytes;  // of the large blocks; guarded by `mutex`
+  // What CompactifyMemory() freed on the owner's behalf and the owner has not yet taken out of `in_use`.
+  zenthar::memory::Account aside_bytes;        // in the `aside` lists
+  zenthar::memory::Account aside_large_bytes;  // of large blocks
+};
