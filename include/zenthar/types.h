@@ -15,7 +15,12 @@
 #define ZENTHAR_API
 #endif
 
-/** Opens and closes a block of declarations with C linkage. */
+/**
+ * @def ZENTHAR_BEGIN_DECLS
+ * Opens a block of declarations with C linkage.
+ * @def ZENTHAR_END_DECLS
+ * Closes such a block.
+ */
 #ifdef __cplusplus
 #define ZENTHAR_BEGIN_DECLS extern "C" {
 #define ZENTHAR_END_DECLS }

@@ -60,9 +60,10 @@ struct HookList {
 
   int32_t add(KThreadHook function) {
     if (!functions) create();
+    if (!functions) std::abort();  // a lost hook would be a silent leak in every later thread
     if (count == capacity) {
       auto* grown = static_cast<KThreadHook*>(std::calloc(2 * size_t(capacity), sizeof(KThreadHook)));
-      if (!grown) std::abort();  // a lost hook would be a silent leak in every later thread
+      if (!grown) std::abort();
       std::memcpy(grown, functions, size_t(count) * sizeof(KThreadHook));
       std::free(functions);
       functions = grown;
