@@ -5,7 +5,12 @@
 #ifndef ZENTHAR_ZENTHAR_H
 #define ZENTHAR_ZENTHAR_H
 
+#include "zenthar/array.h"
+#include "zenthar/comparison.h"
+#include "zenthar/errors.h"
+#include "zenthar/host.h"
 #include "zenthar/memory.h"
+#include "zenthar/runtime.h"
 #include "zenthar/threads.h"
 #include "zenthar/types.h"
 

@@ -1,0 +1,31 @@
+/**
+ * @file host.h
+ * @brief What an embedding host provides.
+ *
+ * The library calls these functions by their exported names and carries a weak default of each, so that it
+ * also works with no host around it. A host that defines one of them, in its executable or in a library
+ * loaded before this one, replaces the default. nomem() can be replaced the same way.
+ */
+#ifndef ZENTHAR_HOST_H
+#define ZENTHAR_HOST_H
+
+#include "zenthar/types.h"
+
+ZENTHAR_BEGIN_DECLS
+
+/**
+ * Says whether the abort that was requested by ::watch applies to a category of work.
+ * @param category name of the category, "Compiler" for compiled code
+ * @return not 0 when it applies; the default answers 1
+ */
+ZENTHAR_API mbool watchhandle_c(const char* category);
+/**
+ * Starts the abort of the running computation because memory is exhausted. Called once for each array request
+ * that fails in failure mode 2, before the request returns null or 403. The default does nothing.
+ * @param bytes the size of the request, -1 when the size itself overflowed
+ */
+ZENTHAR_API void StartOutOfMemoryAbort(mint bytes);
+
+ZENTHAR_END_DECLS
+
+#endif
