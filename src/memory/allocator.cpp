@@ -47,30 +47,51 @@ Request round_request(size_t size, bool aligned) {
 
 uint64_t* word_before(void* p) { return static_cast<uint64_t*>(p) - 1; }
 
-// Writes the header of a block above kLargestSmall. @return where its data begins
-ZENTHAR_INLINE void* write_header(Block* block, const Slab* slab, bool aligned) {
+// Where the data of a block above kLargestSmall begins, after its header and, when aligned, a padding word:
+// such blocks are 16-aligned themselves, so the data after one word is not.
+ZENTHAR_INLINE void* data_after_header(Block* block, bool aligned) {
   auto* words = reinterpret_cast<uint64_t*>(block);
-  words[0] = reinterpret_cast<uintptr_t>(slab) | kSlabMark;
   if (!aligned) return words + 1;
-  words[1] = kPaddingWord;  // blocks of these classes are 16-aligned, so the data after one word is not
+  words[1] = kPaddingWord;
   return words + 2;
 }
 
-// Takes a block from the front of the class's free list, if nothing needs a second thought.
-ZENTHAR_INLINE Block* take_fast(ThreadAllocator* allocator, SizeClass* size_class) {
+ZENTHAR_INLINE void write_header(Block* block, const Slab* slab) {
+  *reinterpret_cast<uint64_t*>(block) = reinterpret_cast<uintptr_t>(slab) | kSlabMark;
+}
+
+// Charges a request of a class, if nothing wants a second thought first.
+ZENTHAR_INLINE bool charge_fast(ThreadAllocator* allocator, const SizeClass* size_class, uint64_t* in_use) {
+  *in_use = get(allocator->in_use) + size_class->block_size;
+  if (*in_use <= allocator->ceiling) [[likely]]
+    return true;
+  if (get(allocator->limit)) return false;
+  set(allocator->mark, *in_use);
+  allocator->ceiling = *in_use;
+  return true;
+}
+
+// Takes a block that is at hand, or from the front slab of the class. The link of a block with a header
+// follows it.
+template <bool kHeader>
+ZENTHAR_INLINE Block* take_fast(ThreadAllocator* allocator, size_t index) {
+  SizeClass* size_class = &allocator->classes[index];
+  Block* recent = size_class->recent;
   Slab* slab = size_class->available;
-  Block* block = slab->free;
-  if (!block || size_class->remote_pending.load(std::memory_order_relaxed)) [[unlikely]]
+  Block* block = recent ? recent : slab->free;
+  uint64_t in_use;
+  if (!block || allocator->remote_pending[index].load(std::memory_order_relaxed) ||
+      !charge_fast(allocator, size_class, &in_use)) [[unlikely]]
     return nullptr;
-  const uint64_t in_use = get(allocator->in_use) + size_class->block_size;
-  if (in_use > allocator->ceiling) [[unlikely]] {
-    if (get(allocator->limit)) return nullptr;
-    set(allocator->mark, in_use);
-    allocator->ceiling = in_use;
-  }
   set(allocator->in_use, in_use);
+  if (recent) {
+    size_class->recent = recent->next;
+    --size_class->recent_count;
+    return kHeader ? recent - 1 : recent;
+  }
   slab->free = block->next;
   ++slab->used;
+  if (kHeader) write_header(block, slab);
   return block;
 }
 
@@ -87,14 +108,16 @@ ZENTHAR_NOINLINE void* allocate_slow(size_t size, bool aligned, int32_t failmode
     return data;
   }
   SizeClass* size_class = &allocator->classes[kClassOfSize[request.rounded / 8]];
-  if (size_class->remote_pending.load(std::memory_order_relaxed)) drain_when_due(size_class);
+  if (allocator->remote_pending[size_class->index].load(std::memory_order_relaxed))
+    drain_when_due(size_class);
   Block* block = take_block(size_class);
   if (!block) return fail(size, failmode);
   charge(allocator, size_class->block_size);
   void* data = block;
   if (size > kLargestSmall) {
     guard::open(block, 16);
-    data = write_header(block, size_class->available, aligned);
+    write_header(block, size_class->available);
+    data = data_after_header(block, aligned);
     guard::close(block, 16);
   }
   guard::hand_out(data, size);
@@ -105,11 +128,8 @@ ZENTHAR_NOINLINE void* allocate_slow(size_t size, bool aligned, int32_t failmode
 ZENTHAR_NOINLINE void* allocate_medium(size_t size, bool aligned, int32_t failmode) {
   const uint64_t rounded = round_up_8(size) + (aligned ? 16 : 8);
   if (rounded <= kLargestClass && size - 1 < kLargestClass) {
-    ThreadAllocator* allocator = fast_allocator;
-    SizeClass* size_class = &allocator->classes[kClassOfSize[rounded / 8]];
-    Slab* slab = size_class->available;
-    if (Block* block = take_fast(allocator, size_class)) [[likely]]
-      return write_header(block, slab, aligned);
+    if (Block* block = take_fast<true>(fast_allocator, kClassOfSize[rounded / 8])) [[likely]]
+      return data_after_header(block, aligned);
   }
   return allocate_slow(size, aligned, failmode, false);
 }
@@ -118,18 +138,24 @@ ZENTHAR_INLINE void* allocate(size_t size, int32_t aligned, int32_t failmode) {
   if (size - 1 >= kLargestSmall) [[unlikely]]
     return allocate_medium(size, aligned != 0, failmode);
   const size_t eighths = aligned ? (size + 15) / 16 * 2 : (size + 7) / 8;
-  ThreadAllocator* allocator = fast_allocator;
-  if (Block* block = take_fast(allocator, &allocator->classes[kClassOfSize[eighths]])) [[likely]]
+  if (Block* block = take_fast<false>(fast_allocator, kClassOfSize[eighths])) [[likely]]
     return block;
   return allocate_slow(size, aligned != 0, failmode, false);
 }
 
-// Puts a block of the calling thread on the free list of its slab.
-ZENTHAR_INLINE void free_fast(ThreadAllocator* allocator, const SizeClass* size_class, Slab* slab,
-                              Block* block) {
+// Keeps a block of the calling thread at hand, or puts it on the free list of its slab.
+template <bool kHeader>
+ZENTHAR_INLINE void free_fast(ThreadAllocator* allocator, SizeClass* size_class, Slab* slab, Block* block) {
+  set(allocator->in_use, get(allocator->in_use) - size_class->block_size);
+  if (size_class->recent_count < size_class->recent_limit) [[likely]] {
+    Block* link = kHeader ? block + 1 : block;
+    link->next = size_class->recent;
+    size_class->recent = link;
+    ++size_class->recent_count;
+    return;
+  }
   block->next = slab->free;
   slab->free = block;
-  set(allocator->in_use, get(allocator->in_use) - size_class->block_size);
   if (--slab->used == slab->wake) [[unlikely]]
     wake_slab(slab);
 }
@@ -146,29 +172,17 @@ void free_orphaned(Slab* slab, Block* block) {
   release_if_empty(owner);
 }
 
-void free_class_block(Slab* slab, Block* block) {
-  SizeClass* size_class = slab->size_class;
-  if (size_class->owner == current_allocator) {
-    return_block(slab, block);
-  } else if (!push_remote(size_class, block)) {
-    free_orphaned(slab, block);
-  }
-}
-
-// What a pointer leads to: a block of a class with its slab, or a large block.
+// What a pointer leads to: a block of a class, or a large block.
 struct Found {
+  SizeClass* size_class;
   Slab* slab;
   Block* block;
   LargeBlock* large;
   size_t capacity;
 };
 
-Found find(void* p) {
-  if (in_region(p)) {
-    Region* region = region_of(p);
-    if (const SizeClass* size_class = region->small_class[chunk_of(p)])
-      return {&region->slabs[chunk_of(p)], static_cast<Block*>(p), nullptr, size_class->block_size};
-  }
+// A block with a header, or a large one.
+Found find_by_header(void* p) {
   uint64_t* word = word_before(p);
   guard::open(word, sizeof *word);
   const bool padded = *word & kPaddingMark;
@@ -177,10 +191,21 @@ Found find(void* p) {
     auto* slab = reinterpret_cast<Slab*>(*word - kSlabMark);
     const size_t header = padded ? 16 : 8;
     guard::close(word, header);
-    return {slab, reinterpret_cast<Block*>(word), nullptr, slab->size_class->block_size - header};
+    return {slab->size_class, slab, reinterpret_cast<Block*>(word), nullptr,
+            slab->size_class->block_size - header};
   }
   auto* large = reinterpret_cast<LargeBlock*>(word + 1) - 1;
-  return {nullptr, nullptr, large, large->size - (padded ? kAlignedLargeHeader : kLargeHeader)};
+  return {nullptr, nullptr, nullptr, large, large->size - (padded ? kAlignedLargeHeader : kLargeHeader)};
+}
+
+Found find(void* p) {
+  if (in_region(p)) {
+    Region* region = region_of(p);
+    if (SizeClass* size_class = region->small_class[chunk_of(p)])
+      return {size_class, &region->slabs[chunk_of(p)], static_cast<Block*>(p), nullptr,
+              kClassSizes[size_class->index]};
+  }
+  return find_by_header(p);
 }
 
 ZENTHAR_NOINLINE void free_slow(void* p) {
@@ -191,28 +216,42 @@ ZENTHAR_NOINLINE void free_slow(void* p) {
     free_large(current_allocator, found.large);
     return;
   }
-  if (const SizeClass* size_class = found.slab->size_class;
-      owns(fast_allocator, size_class)) {  // a block with a header
-    free_fast(fast_allocator, size_class, found.slab, found.block);
-    return;
-  }
   guard::take_back(p);
   if (guard::watching()) guard::close(found.block, found.slab->stride);
-  free_class_block(found.slab, found.block);
+  if (found.size_class->owner == current_allocator) {
+    return_block(found.slab, found.block);
+  } else if (!push_remote(found.size_class, found.block)) {
+    free_orphaned(found.slab, found.block);
+  }
+}
+
+ZENTHAR_NOINLINE void free_medium(void* p) {
+  if (p && !guard::watching()) {
+    const Found found = find_by_header(p);
+    if (owns(fast_allocator, found.size_class)) [[likely]] {
+      free_fast<true>(fast_allocator, found.size_class, found.slab, found.block);
+      return;
+    }
+  }
+  free_slow(p);
 }
 
 ZENTHAR_INLINE void free_block(void* p) {
   if (in_region(p)) [[likely]] {
     Region* region = region_of(p);
     const size_t chunk = chunk_of(p);
-    const SizeClass* size_class = region->small_class[chunk];
+    SizeClass* size_class = region->small_class[chunk];
     ThreadAllocator* allocator = fast_allocator;
     if (owns(allocator, size_class)) [[likely]] {
-      free_fast(allocator, size_class, &region->slabs[chunk], static_cast<Block*>(p));
+      free_fast<false>(allocator, size_class, &region->slabs[chunk], static_cast<Block*>(p));
+      return;
+    }
+    if (size_class) {
+      free_slow(p);
       return;
     }
   }
-  free_slow(p);
+  free_medium(p);
 }
 
 void* allocate_zeroed(size_t size, int32_t aligned, int32_t failmode) {

@@ -95,12 +95,7 @@ AllocatorList create_list() {
 }
 
 void initialise(ThreadAllocator* allocator) {
-  for (size_t i = 0; i <= kClassCount; ++i) {
-    SizeClass* size_class = &allocator->classes[i];
-    initialise_class(size_class, allocator, i);
-    size_class->remote_pending.store(0, std::memory_order_relaxed);
-    size_class->remote.store(nullptr, std::memory_order_relaxed);
-  }
+  for (size_t i = 0; i <= kClassCount; ++i) initialise_class(&allocator->classes[i], allocator, i);
   allocator->class_of_size = kClassOfSize.data();
   allocator->largest_class = kLargestClass;
   allocator->class_count = kClassCount;

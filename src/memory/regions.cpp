@@ -23,7 +23,7 @@ namespace {
 
 constexpr uint64_t kAllChunks = ~uint64_t{1};  // chunk 0 is the region's own
 constexpr size_t kSmallPages = 4;              // so many first regions get by without huge pages
-constexpr size_t kKeptRegions = 8;             // empty regions that are kept at least
+constexpr size_t kKeptRegions = 16;            // empty regions that are kept, beside half of all
 
 pthread_mutex_t region_mutex = PTHREAD_MUTEX_INITIALIZER;
 Region* partly_free = nullptr;  // ring of the regions with free chunks, oldest first
@@ -214,7 +214,7 @@ void give_chunks(Slab* slab) {
   region->free_chunks |= run_mask(first, slab->chunks);
   region->dirty_chunks |= run_mask(first, slab->chunks);
   list_region(region);
-  if (region->free_chunks == kAllChunks && ++empty_count > kKeptRegions + region_count / 4)
+  if (region->free_chunks == kAllChunks && ++empty_count > kKeptRegions + region_count / 2)
     delete_region(region);
 }
 

@@ -49,6 +49,23 @@ static_assert(kClassSizes[kClassCount] == kLargestClass && kClassOfSize[kLargest
 
 inline constexpr size_t kSmallClasses = kClassOfSize[kLargestSmall / 8];  // 1 .. this one have no header
 
+// Chunks of a slab of a class: the fewest that hold four blocks and leave no more than 1/16 unused.
+constexpr size_t slab_chunks(size_t block_size) {
+  size_t best = 0;
+  size_t best_waste = kChunkSize;
+  for (size_t chunks = 1; chunks <= 8; ++chunks) {
+    const size_t bytes = chunks * kChunkSize;
+    if (bytes / block_size < 4) continue;
+    const size_t waste = bytes % block_size / chunks;  // per chunk
+    if (waste <= kChunkSize / 16) return chunks;
+    if (waste < best_waste) {
+      best = chunks;
+      best_waste = waste;
+    }
+  }
+  return best;
+}
+
 constexpr size_t round_up_8(size_t size) { return (((size - 1) ^ 7) + 8) & ~size_t{7}; }
 constexpr size_t round_up_16(size_t size) { return (size + 15) & ~size_t{15}; }
 

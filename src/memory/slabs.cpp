@@ -15,7 +15,10 @@ namespace zenthar::memory {
 namespace {
 
 constexpr uint32_t kCarveBytes = 4096;     // so much is carved into free blocks at a time
+constexpr size_t kRecentBytes = 65536;     // so much of a class at most is kept at hand
+constexpr uint32_t kCarveBlocks = 16;      // or so many, of the larger of the small blocks
 constexpr uint64_t kDrainInterval = 5000;  // time stamp ticks between drains on the way of requests
+constexpr uint32_t kNeverWakes = ~uint32_t{0};
 
 // The value of `remote` once the owner has ended.
 Block* closed_list() { return reinterpret_cast<Block*>(uintptr_t{1}); }
@@ -48,16 +51,15 @@ void unlink_slab(Slab* slab) {
 
 Slab* new_slab(SizeClass* size_class) {
   const auto stride = uint32_t(size_class->block_size + guard::zone());
-  const uint32_t bytes = std::max(size_class->slab_bytes, stride * 4);
-  Slab* slab = take_chunks((bytes + uint32_t(kChunkSize) - 1) / uint32_t(kChunkSize));
+  Slab* slab = take_chunks(size_class->slab_chunks);
   if (!slab) return nullptr;
   slab->free = nullptr;
   slab->used = slab->carved = 0;
   slab->stride = stride;
-  slab->blocks = guard::zone() ? bytes / stride : size_class->blocks_per_slab;
+  slab->blocks = uint32_t(size_class->slab_chunks * kChunkSize / stride);
   slab->wake = 0;
   slab->size_class = size_class;
-  if (size_class->block_size <= kLargestSmall && !enter_slab(slab)) {
+  if (size_class->index <= kSmallClasses && !enter_slab(slab)) {
     give_chunks(slab);
     return nullptr;
   }
@@ -83,7 +85,9 @@ void release_slab(Slab* slab) {
 
 // Makes the next few blocks of a slab free, in the order of their addresses.
 bool carve(Slab* slab) {
-  const uint32_t count = std::min(slab->blocks - slab->carved, std::max(kCarveBytes / slab->stride, 1u));
+  const uint32_t wanted =
+      slab->stride > kLargestSmall + guard::zone() ? 1 : std::max(kCarveBytes / slab->stride, kCarveBlocks);
+  const uint32_t count = std::min(slab->blocks - slab->carved, wanted);
   if (count == 0) return false;
   char* first = slab->base + size_t{slab->carved} * slab->stride;
   Block* next = nullptr;
@@ -109,17 +113,22 @@ Block* pop(Slab* slab) {
   return block;
 }
 
-void push(Slab* slab, Block* block) {
+void put_back(Slab* slab, Block* block) {
   guard::open(block, sizeof(Block));
   block->next = slab->free;
   guard::close(block, sizeof(Block));
   slab->free = block;
+  if (--slab->used == slab->wake) wake_slab(slab);
+}
+
+std::atomic<uint8_t>& pending(const SizeClass* size_class) {
+  return size_class->owner->remote_pending[size_class->index];
 }
 
 // The link of a queued block. It leaves the header of a block that has one in place, by which its slab is
 // found.
 Block* queued(const SizeClass* size_class, Block* block) {
-  return size_class->block_size <= kLargestSmall ? block : block + 1;
+  return size_class->index <= kSmallClasses ? block : block + 1;
 }
 
 Block* next_queued(Block* link) {
@@ -135,21 +144,25 @@ void set_next_queued(Block* link, Block* next) {
   guard::close(link, sizeof(Block));
 }
 
-void return_queued(const SizeClass* size_class, Block* link) {
-  if (size_class->block_size <= kLargestSmall) {
-    return_block(&region_of(link)->slabs[chunk_of(link)], link);
-    return;
-  }
+// The block of a link, and its slab: a small one by its address, another by its header.
+struct Place {
+  Slab* slab;
+  Block* block;
+};
+
+Place place_of(const SizeClass* size_class, Block* link) {
+  if (size_class->index <= kSmallClasses) return {&region_of(link)->slabs[chunk_of(link)], link};
   Block* block = link - 1;
   guard::open(block, sizeof(Block));
   const auto header = reinterpret_cast<uintptr_t>(block->next);
-  return_block(reinterpret_cast<Slab*>(header - kSlabMark), block);
+  return {reinterpret_cast<Slab*>(header - kSlabMark), block};
 }
 
 void return_all_queued(const SizeClass* size_class, Block* link) {
   while (link) {
     Block* next = next_queued(link);
-    return_queued(size_class, link);
+    const Place place = place_of(size_class, link);
+    return_block(place.slab, place.block);
     link = next;
   }
 }
@@ -169,20 +182,23 @@ Block* take_aside(SizeClass* size_class) {
 
 void initialise_class(SizeClass* size_class, ThreadAllocator* owner, size_t index) {
   const size_t size = index == 0 ? kDescriptorSize : kClassSizes[index];
-  const size_t blocks = std::max<size_t>(4, kChunkSize / size) - (index == 0);
-  const size_t bytes = size <= kLargestSmall ? kChunkSize : size * blocks;
+  const size_t chunks = slab_chunks(size);
+  size_class->index = uint32_t(index);
   size_class->owner = owner;
   size_class->mutex = owner->mutex;
   size_class->available = &no_slab;
   size_class->block_size = uint32_t(size);
-  size_class->slab_bytes = uint32_t(bytes);
-  size_class->slab_pages = uint32_t((bytes + (1u << kPageShift) - 1) >> kPageShift);
-  size_class->blocks_per_slab = uint32_t(blocks);
+  size_class->recent_limit = uint32_t(std::clamp<size_t>(kRecentBytes / size, 2, 256));
+  size_class->slab_chunks = uint32_t(chunks);
+  size_class->slab_pages = uint32_t(chunks * (kChunkSize >> kPageShift));
+  size_class->blocks_per_slab = uint32_t(chunks * kChunkSize / size);
+  owner->remote_pending[index].store(0, std::memory_order_relaxed);
+  size_class->remote.store(nullptr, std::memory_order_relaxed);
 }
 
 Block* take_block(SizeClass* size_class) {
   if (size_class->available->free) return pop(size_class->available);
-  if (size_class->remote_pending.load(std::memory_order_relaxed)) drain(size_class);
+  if (pending(size_class).load(std::memory_order_relaxed)) drain(size_class);
   for (;;) {
     Slab* slab = size_class->available;
     if (slab == &no_slab) {
@@ -196,26 +212,37 @@ Block* take_block(SizeClass* size_class) {
 }
 
 void return_block(Slab* slab, Block* block) {
-  push(slab, block);
-  Account& in_use = slab->size_class->owner->in_use;
-  set(in_use, get(in_use) - slab->size_class->block_size);
-  if (--slab->used == slab->wake) wake_slab(slab);
+  add(slab->size_class->owner->in_use, -uint64_t{slab->size_class->block_size});
+  put_back(slab, block);
+}
+
+void flush_recent(SizeClass* size_class) {
+  size_class->recent_count = 0;
+  for (Block* link = std::exchange(size_class->recent, nullptr); link;) {
+    Block* next = link->next;
+    const Place place = place_of(size_class, link);
+    put_back(place.slab, place.block);
+    link = next;
+  }
 }
 
 void wake_slab(Slab* slab) {
   SizeClass* size_class = slab->size_class;
-  if (slab->wake) {
+  if (slab->wake) {  // it was full
     slab->wake = 0;
     link_slab(slab);
     if (slab->used) return;
   }
-  if (size_class->owner->orphaned.load(std::memory_order_relaxed)) {
+  Slab* cached = size_class->cached;
+  if (size_class->owner->orphaned.load(std::memory_order_relaxed) ||
+      (cached && cached != slab && cached->used == 0)) {
     release_slab(slab);
-  } else if (Slab* cached = size_class->cached; cached && cached != slab && cached->used == 0) {
-    release_slab(slab);
-  } else {
-    size_class->cached = slab;
+    return;
   }
+  // One empty slab is kept, and from now on it does not call when it falls empty.
+  if (cached && cached->wake == kNeverWakes) cached->wake = 0;
+  size_class->cached = slab;
+  slab->wake = kNeverWakes;
 }
 
 bool push_remote(SizeClass* size_class, Block* block) {
@@ -226,13 +253,13 @@ bool push_remote(SizeClass* size_class, Block* block) {
     set_next_queued(link, head);
   } while (!size_class->remote.compare_exchange_weak(head, link, std::memory_order_acq_rel));
   // The owner may have taken the block and ended by now; allocators are recycled, so the word is still one.
-  if (!size_class->remote_pending.load(std::memory_order_relaxed))
-    size_class->remote_pending.store(1, std::memory_order_relaxed);
+  if (!pending(size_class).load(std::memory_order_relaxed))
+    pending(size_class).store(1, std::memory_order_relaxed);
   return true;
 }
 
 void drain(SizeClass* size_class) {
-  size_class->remote_pending.store(0, std::memory_order_relaxed);
+  pending(size_class).store(0, std::memory_order_relaxed);
   Block* freed = size_class->remote.exchange(nullptr, std::memory_order_acq_rel);
   return_all_queued(size_class, take_aside(size_class));
   return_all_queued(size_class, freed);
@@ -247,7 +274,7 @@ void drain_when_due(SizeClass* size_class) {
 
 void drain_all(ThreadAllocator* allocator) {
   for (SizeClass& size_class : allocator->classes)
-    if (size_class.remote_pending.load(std::memory_order_relaxed)) drain(&size_class);
+    if (pending(&size_class).load(std::memory_order_relaxed)) drain(&size_class);
 }
 
 void set_aside(SizeClass* size_class) {
@@ -264,7 +291,7 @@ void set_aside(SizeClass* size_class) {
   set_next_queued(last, size_class->aside);
   size_class->aside = freed;
   owner->aside_bytes.fetch_add(bytes, std::memory_order_relaxed);
-  size_class->remote_pending.store(1, std::memory_order_relaxed);
+  pending(size_class).store(1, std::memory_order_relaxed);
 }
 
 void close_remote(SizeClass* size_class) {
@@ -274,6 +301,9 @@ void close_remote(SizeClass* size_class) {
 }
 
 void release_empty_slabs(SizeClass* size_class) {
+  flush_recent(size_class);
+  if (Slab* cached = std::exchange(size_class->cached, nullptr); cached && cached->wake == kNeverWakes)
+    cached->wake = 0;
   Slab* slab = size_class->available;
   for (uint32_t left = size_class->slabs; left > 0 && size_class->available != &no_slab; --left) {
     Slab* next = slab->next;

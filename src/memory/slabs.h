@@ -17,6 +17,9 @@ Block* take_block(SizeClass* size_class);
 // Gives a block back to its slab, its owner's accounts included.
 void return_block(Slab* slab, Block* block);
 
+// Puts the blocks that the class keeps at hand back on the free lists of their slabs.
+void flush_recent(SizeClass* size_class);
+
 // What follows when a slab's `used` has fallen to `wake`: a full slab has a free block again, or none is in
 // use.
 void wake_slab(Slab* slab);
@@ -37,7 +40,7 @@ void set_aside(SizeClass* size_class);
 
 // Closes the class to other threads' pushes and takes what is there; for the end of the owner.
 void close_remote(SizeClass* size_class);
-// Gives up all slabs without blocks in use.
+// Gives up all slabs without blocks in use; the blocks at hand go back to theirs first.
 void release_empty_slabs(SizeClass* size_class);
 
 }  // namespace zenthar::memory

@@ -56,24 +56,27 @@ inline constexpr uint64_t kSlabMark = 1;
 inline constexpr uint64_t kPaddingMark = 2;
 inline constexpr uint64_t kPaddingWord = 8 | kPaddingMark;
 
-// A class's first cache line is read by all and written by its owner when slabs come and go; the list that
-// other threads push on has a line of its own.
+// A class's first cache line is its owner's alone; what other threads look at and push on is in the second.
 struct alignas(128) SizeClass {
-  ThreadAllocator* owner;
-  KMutex mutex;                          // the owner's mutex; guards `aside`
-  Slab* available = &no_slab;            // ring of slabs with free blocks
-  std::atomic<uint32_t> remote_pending;  // not 0 when `remote` or `aside` wants the owner's attention
+  Block* recent;  // blocks freed last by the owner: the first to be handed out again, still in the caches
+  uint32_t recent_count;
+  uint32_t recent_limit;
+  Slab* available = &no_slab;  // ring of slabs with free blocks
+  Slab* cached;                // the slab that was empty last: kept while it stays so
   uint32_t block_size;
-  Slab* cached;  // the slab that was empty last: kept while it stays so
-  uint32_t slab_bytes;
+  uint32_t slabs;       // owned
+  uint64_t drained_at;  // time stamp of the last drain
+
+  alignas(64) std::atomic<Block*> remote;  // freed by other threads; closed_list() when the owner has ended
+  ThreadAllocator* owner;
+  KMutex mutex;          // the owner's mutex; guards `aside`
+  Block* aside;          // taken off `remote` by CompactifyMemory(), waiting for the owner
+  uint32_t index;        // of the class
+  uint32_t slab_chunks;  // a slab's memory, in chunks
   uint32_t slab_pages;
   uint32_t blocks_per_slab;
-  uint32_t slabs;  // owned
-
-  alignas(64) std::atomic<Block*> remote;  // freed by other threads; closed_list when the owner has ended
-  Block* aside;                            // taken off `remote` by CompactifyMemory(), waiting for the owner
-  uint64_t drained_at;                     // time stamp of the last drain
 };
+static_assert(offsetof(SizeClass, remote) == 64);
 
 struct LargeBlock {
   LargeBlock* self;
@@ -117,4 +120,6 @@ struct st_ThreadAllocator {
   // What CompactifyMemory() freed on the owner's behalf and the owner has not yet taken out of `in_use`.
   zenthar::memory::Account aside_bytes;        // in the `aside` lists
   zenthar::memory::Account aside_large_bytes;  // of large blocks
+  // Per class: not 0 when `remote` or `aside` wants the owner's attention.
+  alignas(64) std::atomic<uint8_t> remote_pending[zenthar::memory::kClassCount + 1];
 };
