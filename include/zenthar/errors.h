@@ -23,6 +23,10 @@
 
 #include "zenthar/types.h"
 
+#ifdef __cplusplus
+#include <exception>
+#endif
+
 ZENTHAR_BEGIN_DECLS
 
 /**
@@ -160,13 +164,13 @@ ZENTHAR_STATIC_ASSERT(offsetof(struct st_GuardedFrame, guarded) == 0, "guarded f
  * @param arg   handed to the function
  * @param frame a record that begins as ::st_GuardedFrame; handed to the function too
  * @return null when the function raised nothing, else a new error record (kind 4 and the code), which the
- *         caller releases with Delete_CompilerError()
+ *         caller releases with Delete_CompilerError() on the same thread
  */
 ZENTHAR_API CompilerError catchExceptionHandler(void* arg, void* frame);
 /** Runs `fn(a, b, c, d)` and catches what it raises. @return 1 when it raised an error, else 0 */
 ZENTHAR_API mbool ZentharCompiler_CatchBase(void (*fn)(void*, void*, void*, void*), void* a, void* b, void* c,
                                             void* d);
-/** @return a new error record; memory that runs out ends the process by nomem() */
+/** @return a new error record; null only when memory runs out and a replaced nomem() comes back */
 ZENTHAR_API CompilerError New_CompilerError(int32_t kind, int32_t code);
 /** Releases an error record. Null is ignored. */
 ZENTHAR_API void Delete_CompilerError(CompilerError error);
@@ -205,8 +209,6 @@ ZENTHAR_API int32_t TestException(mreal x);
 ZENTHAR_END_DECLS
 
 #ifdef __cplusplus
-#include <exception>
-
 /**
  * What a raise throws in exception style. Catch it by reference; its type information is exported, so that
  * hosts and compiled code catch it across the boundary.

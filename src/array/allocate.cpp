@@ -90,7 +90,7 @@ int32_t reshape(MNumericArray array, int32_t type, mint rank, const mint* dimens
   const int32_t status = grown ? resize_and_store(array, type, rank, held.list, count, mode)
                                : fail_request(mint(sizeof(mint)) * rank, mode);
   held.release();
-  if (status != 0 && array->rank == 0) zenthar::store_shape(array, 0, nullptr, array->flattenedLength);
+  if (status != 0 && array->rank == 0) zenthar::free_list(array);  // there was none before
   return status;
 }
 

@@ -9,10 +9,10 @@
 #include "array/array.h"
 #include "zenthar/comparison.h"
 
-extern const mint MNumericArray_typeSizeTable[14] = {0, 1, 1, 2, 2, 4, 4, 8, 8, 4, 8, 8, 16, 2};
-extern const int32_t MTensorToMNumericArrayType[5] = {0, 7, 7, 10, 12};
-extern const int32_t MNumericArrayToMTensorType[14] = {0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 3, 0, 4, 0};
-extern const mint CompilerTypeSizeTable[6] = {0, 4, 8, 8, 16, 8};
+const mint MNumericArray_typeSizeTable[14] = {0, 1, 1, 2, 2, 4, 4, 8, 8, 4, 8, 8, 16, 2};
+const int32_t MTensorToMNumericArrayType[5] = {0, 7, 7, 10, 12};
+const int32_t MNumericArrayToMTensorType[14] = {0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 3, 0, 4, 0};
+const mint CompilerTypeSizeTable[6] = {0, 4, 8, 8, 16, 8};
 
 namespace {
 

@@ -20,10 +20,14 @@ bool grow_list(MNumericArray array, mint rank, int32_t mode) {
   return list != nullptr;
 }
 
+void free_list(MNumericArray array) {
+  zfree(array->dimensions);
+  array->dimensions = nullptr;
+}
+
 void store_shape(MNumericArray array, mint rank, const mint* dimensions, mint count) {
   if (rank <= 0) {
-    zfree(array->dimensions);
-    array->dimensions = nullptr;
+    free_list(array);
     array->rank = 0;
     array->flattenedLength = 1;
     return;

@@ -17,6 +17,8 @@ bool list_holds(MNumericArray array, mint rank);
 // Makes room; the entries stay. The list may be longer than the header's rank says. False without memory.
 bool grow_list(MNumericArray array, mint rank, int32_t mode);
 
+void free_list(MNumericArray array);
+
 // Stores a shape in a list that has room for it; `dimensions` may lie in that list.
 void store_shape(MNumericArray array, mint rank, const mint* dimensions, mint count);
 

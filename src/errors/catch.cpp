@@ -36,10 +36,17 @@ class RegisteredBuffer {
   bool registered_;
 };
 
+// A try block rather than an object with a destructor: when the guarded function changes the style, a raise
+// may jump over this frame.
 template <class Call>
 Outcome run_in_flag_style(const Call& call) {
   const int32_t saved = setExceptionActive(0);
-  call();
+  try {
+    call();
+  } catch (...) {
+    setExceptionActive(saved);
+    throw;
+  }
   const int32_t code = setExceptionActive(saved);
   return {code != 0, code};
 }
@@ -78,12 +85,22 @@ Outcome run_guarded(const Call& call) {
   }
 }
 
+// Stands in for a record that there is no memory for when a replaced nomem() came back: null would say that
+// nothing was raised.
+constinit thread_local st_CompilerError last_resort = {};
+
+CompilerError error_record(int32_t code) {
+  if (CompilerError error = New_CompilerError(ZENTHAR_ERROR_KIND_RUNTIME, code)) return error;
+  last_resort = {ZENTHAR_ERROR_KIND_RUNTIME, code};
+  return &last_resort;
+}
+
 }  // namespace
 
 CompilerError catchExceptionHandler(void* arg, void* frame) {
   const auto function = static_cast<st_GuardedFrame*>(frame)->guarded->function;
   const Outcome outcome = run_guarded([=] { function(arg, frame); });
-  return outcome.raised ? New_CompilerError(ZENTHAR_ERROR_KIND_RUNTIME, outcome.code) : CompilerError_null();
+  return outcome.raised ? error_record(outcome.code) : CompilerError_null();
 }
 
 mbool ZentharCompiler_CatchBase(void (*fn)(void*, void*, void*, void*), void* a, void* b, void* c, void* d) {
@@ -96,7 +113,9 @@ CompilerError New_CompilerError(int32_t kind, int32_t code) {
   return error;
 }
 
-void Delete_CompilerError(CompilerError error) { zfree(error); }
+void Delete_CompilerError(CompilerError error) {
+  if (error != &last_resort) zfree(error);
+}
 
 CompilerError CompilerError_null(void) { return nullptr; }
 
