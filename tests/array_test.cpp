@@ -79,6 +79,7 @@ class Array : public ::testing::Test {
   void SetUp() override {
     DeinitializeRuntimeLibrary(0);
     for (int32_t phase : {0, 1, 4}) InitRuntimeLibrary(phase);
+    system_allocation_limit = uint64_t{1} << 32;  // what fails does so before malloc is asked
   }
 };
 
