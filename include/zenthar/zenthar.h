@@ -7,10 +7,12 @@
 
 #include "zenthar/array.h"
 #include "zenthar/comparison.h"
+#include "zenthar/dispatch.h"
 #include "zenthar/errors.h"
 #include "zenthar/host.h"
 #include "zenthar/memory.h"
 #include "zenthar/runtime.h"
+#include "zenthar/scalar.h"
 #include "zenthar/threads.h"
 #include "zenthar/types.h"
 

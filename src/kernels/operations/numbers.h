@@ -1,0 +1,143 @@
+// Arithmetic that the definitions are written with: integers with their overflow, conversions, complex
+// numbers. The mathematics library is called by the compiler's names for its functions (__builtin_sin is
+// sin), since <cmath> would bring in functions that targets share.
+#ifndef ZENTHAR_KERNELS_OPERATIONS_NUMBERS_H
+#define ZENTHAR_KERNELS_OPERATIONS_NUMBERS_H
+
+#include "kernels/operations/operation.h"
+
+namespace zenthar::ZENTHAR_TARGET {
+
+inline constexpr mint kMostNegative = -9223372036854775807 - 1;
+
+// Integer sums, differences and products modulo 2^64, failing with kOverflow while the check is on. Single
+// calls take the processor's overflow flag, loops compare sign bits.
+template <class C>
+ZENTHAR_KERNEL Outcome<mint> add(mint a, mint b, C checks) {
+  if constexpr (C::kBlock) {
+    const auto sum = mint(uint64_t(a) + uint64_t(b));
+    return {sum, C::overflow() ? Failure(uint64_t((a ^ sum) & (b ^ sum)) >> 63) : Failure::kNone};
+  } else {
+    mint sum;
+    const bool overflow = __builtin_add_overflow(a, b, &sum);
+    return {sum, fail_if(overflow && checks.overflow(), Failure::kOverflow)};
+  }
+}
+
+template <class C>
+ZENTHAR_KERNEL Outcome<mint> subtract(mint a, mint b, C checks) {
+  if constexpr (C::kBlock) {
+    const auto difference = mint(uint64_t(a) - uint64_t(b));
+    return {difference, C::overflow() ? Failure(uint64_t((a ^ b) & (a ^ difference)) >> 63) : Failure::kNone};
+  } else {
+    mint difference;
+    const bool overflow = __builtin_sub_overflow(a, b, &difference);
+    return {difference, fail_if(overflow && checks.overflow(), Failure::kOverflow)};
+  }
+}
+
+template <class C>
+ZENTHAR_KERNEL Outcome<mint> multiply(mint a, mint b, C checks) {
+  if constexpr (C::kBlock) {
+    if constexpr (!C::overflow()) return {mint(uint64_t(a) * uint64_t(b)), Failure::kNone};
+  }
+  mint product;
+  const bool overflow = __builtin_mul_overflow(a, b, &product);
+  return {product, fail_if(overflow && checks.overflow(), Failure::kOverflow)};
+}
+
+template <class C>
+ZENTHAR_KERNEL Outcome<mint> negate(mint a, C checks) {
+  return {mint(-uint64_t(a)), fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+}
+
+// Conversion with truncation; NaN and what is out of range give -2^63, as the processor has it.
+ZENTHAR_KERNEL mint to_mint(mreal x) {
+  return x >= -9223372036854775808.0 && x < 9223372036854775808.0 ? mint(x) : kMostNegative;
+}
+
+ZENTHAR_KERNEL bool in_mint_range(mreal x) {
+  return x >= -9223372036854775808.0 && x < 9223372036854775808.0;
+}
+
+// Complex numbers of the mathematics library. `_Complex double` and mcomplex have the same layout.
+__extension__ typedef _Complex double NativeComplex;
+__extension__ typedef _Complex long double NativeLongComplex;
+
+ZENTHAR_KERNEL NativeComplex native(mcomplex z) {
+  NativeComplex w;
+  __real__ w = z.re;
+  __imag__ w = z.im;
+  return w;
+}
+ZENTHAR_KERNEL mcomplex machine(NativeComplex w) { return {__real__ w, __imag__ w}; }
+
+// |z| = M sqrt(1 + (s/M)^2) with M the larger and s the smaller magnitude: neither overflows nor underflows
+// where the modulus itself does not. An infinite part makes it infinite, even beside a NaN.
+ZENTHAR_KERNEL mreal modulus(mcomplex z) {
+  const mreal x = __builtin_fabs(z.re);
+  const mreal y = __builtin_fabs(z.im);
+  const mreal large = x > y ? x : y;
+  const mreal small = x > y ? y : x;
+  const mreal ratio = small / (large == 0.0 ? 1.0 : large);
+  const mreal scaled = large * __builtin_sqrt(1.0 + ratio * ratio);
+  return ((x > kLargest) | (y > kLargest)) ? __builtin_inf() : scaled;
+}
+
+// 2^-e for the exponent e of x, so that x times it lies in [1, 2); 0, subnormals, the topmost binade and what
+// is not finite are scaled by the nearest power whose inverse is a normal number too.
+ZENTHAR_KERNEL mreal inverse_binade(mreal x) {
+  const auto scale = 2046 - int64_t(__builtin_bit_cast(uint64_t, x) >> 52 & 0x7ff);
+  return __builtin_bit_cast(mreal, uint64_t(scale < 1 ? 1 : scale > 2045 ? 2045 : scale) << 52);
+}
+
+// 1 / x of a power of two from inverse_binade().
+ZENTHAR_KERNEL mreal inverse_power(mreal x) {
+  return __builtin_bit_cast(mreal, (uint64_t(2046) << 52) - __builtin_bit_cast(uint64_t, x));
+}
+
+ZENTHAR_KERNEL mreal larger_magnitude(mcomplex z) {
+  const mreal x = __builtin_fabs(z.re);
+  const mreal y = __builtin_fabs(z.im);
+  return x > y ? x : y;
+}
+
+// a / b by the quotient formula on operands scaled near 1 by powers of two, which are exact; where that gives
+// no number, infinities and zero divisors are treated as C99 Annex G has it.
+ZENTHAR_KERNEL mcomplex divide(mcomplex a, mcomplex b) {
+  const mreal a_scale = inverse_binade(larger_magnitude(a));
+  const mreal b_scale = inverse_binade(larger_magnitude(b));
+  const mreal a_re = a.re * a_scale, a_im = a.im * a_scale;
+  const mreal b_re = b.re * b_scale, b_im = b.im * b_scale;
+  const mreal norm = b_re * b_re + b_im * b_im;
+  const mreal re = (a_re * b_re + a_im * b_im) / norm;
+  const mreal im = (a_im * b_re - a_re * b_im) / norm;
+  // Undo both scalings in one step, so that the result is rounded once. Where their product is no number both
+  // go the same way, and in two steps nothing overflows or vanishes that the quotient itself would keep.
+  const mreal a_unscale = inverse_power(a_scale);
+  const mreal unscale = b_scale * a_unscale;
+  const bool one_step = unscale > 0.0 && unscale <= kLargest;
+  mcomplex quotient = {one_step ? re * unscale : re * b_scale * a_unscale,
+                       one_step ? im * unscale : im * b_scale * a_unscale};
+  if (__builtin_expect((quotient.re != quotient.re) & (quotient.im != quotient.im), 0)) {
+    const mreal infinity = __builtin_inf();
+    const auto boxed = [](mreal x) {
+      return __builtin_copysign(__builtin_fabs(x) > kLargest ? 1.0 : 0.0, x);
+    };
+    if (norm == 0.0 && (a.re == a.re || a.im == a.im)) {
+      const mreal big = __builtin_copysign(infinity, b.re);
+      quotient = {big * a.re, big * a.im};
+    } else if (larger_magnitude(a) > kLargest && is_finite(b)) {
+      const mreal x = boxed(a.re), y = boxed(a.im);
+      quotient = {infinity * (x * b.re + y * b.im), infinity * (y * b.re - x * b.im)};
+    } else if (larger_magnitude(b) > kLargest && is_finite(a)) {
+      const mreal x = boxed(b.re), y = boxed(b.im);
+      quotient = {0.0 * (a.re * x + a.im * y), 0.0 * (a.im * x - a.re * y)};
+    }
+  }
+  return quotient;
+}
+
+}  // namespace zenthar::ZENTHAR_TARGET
+
+#endif

@@ -1,0 +1,222 @@
+// What an operation is: the vocabulary that the definitions in this folder are written in.
+//
+// An operation is a class without state that says, per argument types, how one element is computed and what
+// can fail. It has one or both of these forms, as plain static overloads with the exact argument types:
+//
+//   static R value(A... a)                                      for arguments that cannot fail;
+//   template <class C> static Outcome<R> checked(A... a, C c)   otherwise; `c` says which checks are on.
+//
+// Types an operation does not name are found by widening: integers to reals, else all to the widest type. The
+// checks of computed reals (flag 2) are not an operation's business; they are added to every mreal and
+// mcomplex result unless the class says `static constexpr bool kResultUnchecked = true`. An operation whose
+// `checked` forms can fail only while the overflow check is on says `static constexpr bool kFailsOnlyChecked
+// = true`, which spares in-place vector calls a copy.
+//
+// The scalar functions, the kernels of the records and the vector loops are generated from this. The loops
+// are compiled once per processor target, so everything here lives in a namespace named by the target, and
+// nothing here may instantiate functions of the standard library: they would be shared between targets.
+#ifndef ZENTHAR_KERNELS_OPERATIONS_OPERATION_H
+#define ZENTHAR_KERNELS_OPERATIONS_OPERATION_H
+
+#include <type_traits>
+
+#include "zenthar/types.h"
+
+#ifndef ZENTHAR_TARGET
+#define ZENTHAR_TARGET scalar
+#endif
+
+// Part of an element's computation: inlined into every loop and function made of it.
+#define ZENTHAR_KERNEL [[gnu::always_inline]] inline
+
+namespace zenthar::ZENTHAR_TARGET {
+
+// How an element failed: the error code, and kRaised where the scalar function raises it. The other failures
+// are found from the arguments, and the scalar function answers them with status 1. As wide as an element, so
+// that a loop's failures add up in the registers its elements are in.
+enum class Failure : int64_t {
+  kNone = 0,
+  kOverflow = 1,
+  kDomain = 16,
+  kRaised = 0x100,
+  kRaisedOverflow = kRaised | 1,
+  kInexact = kRaised | 3,
+  kInfinite = kRaised | 6,
+  kNaN = kRaised | 9,
+};
+
+constexpr int32_t code_of(Failure failure) { return int32_t(failure) & 0xff; }
+
+template <class R>
+struct Outcome {
+  R value;
+  Failure failure;
+};
+
+// The new sum and the new compensation of one step of compensated summation: the compensation goes back to
+// where the third operand came from.
+template <class R>
+struct Compensated {
+  R sum;
+  R compensation;
+};
+
+ZENTHAR_KERNEL Failure fail_if(bool condition, Failure failure) {
+  return condition ? failure : Failure::kNone;
+}
+
+ZENTHAR_KERNEL Failure either(Failure a, Failure b) { return a != Failure::kNone ? a : b; }
+
+inline constexpr uint32_t kCheckReals = 2;
+inline constexpr uint32_t kCheckOverflow = 4;
+
+// The checks of one call, known when it runs.
+struct CallChecks {
+  static constexpr bool kBlock = false;
+  uint32_t flags = 0;
+  bool reals() const { return flags & kCheckReals; }
+  bool overflow() const { return flags & kCheckOverflow; }
+};
+
+// The checks of a loop over a block, known when it is compiled. In a loop an operation need only make sure
+// that some failure comes out where an element fails, in whatever way vectorises best: which one it was is
+// found by a second look with CallChecks.
+template <uint32_t kFlags>
+struct BlockChecks {
+  static constexpr bool kBlock = true;
+  static constexpr bool reals() { return kFlags & kCheckReals; }
+  static constexpr bool overflow() { return kFlags & kCheckOverflow; }
+};
+
+// An argument that converts to one type alone, to ask which overloads exist.
+template <class T>
+struct Exactly {
+  template <class U>
+  requires std::is_same_v<U, T>
+  operator U() const;
+};
+
+template <class Op, class... A>
+concept HasValue = requires(Exactly<A>... a) {
+  Op::value(a...);
+};
+template <class Op, class... A>
+concept HasChecked = requires(Exactly<A>... a) {
+  Op::checked(a..., CallChecks{});
+};
+template <class Op, class... A>
+concept Defined = HasValue<Op, A...> || HasChecked<Op, A...>;
+
+template <class T>
+inline constexpr int kWidth = std::is_same_v<T, mint>    ? 0
+                              : std::is_same_v<T, mreal> ? 1
+                                                         : 2;
+template <int kRank>
+using OfWidth = std::conditional_t<kRank == 0, mint, std::conditional_t<kRank == 1, mreal, mcomplex>>;
+
+constexpr int widest() { return 0; }
+template <class... Rest>
+constexpr int widest(int first, Rest... rest) {
+  const int other = widest(rest...);
+  return first > other ? first : other;
+}
+template <class... A>
+using Widest = OfWidth<widest(kWidth<A>...)>;
+template <class T>
+using Promoted = std::conditional_t<std::is_same_v<T, mint>, mreal, T>;
+template <class... A>
+inline constexpr bool kAllSame = ((kWidth<A> == widest(kWidth<A>...)) && ...);
+
+template <class... A>
+struct Types {};
+
+// The types that an operation evaluates arguments in; void where it does not take them.
+template <class Op, class... A>
+constexpr auto resolve() {
+  if constexpr (Defined<Op, A...>) {
+    return Types<A...>{};
+  } else if constexpr (Defined<Op, Promoted<A>...>) {
+    return Types<Promoted<A>...>{};
+  } else if constexpr (sizeof...(A) > 1) {
+    using W = Widest<A...>;
+    if constexpr (Defined<Op, std::enable_if_t<sizeof(A) != 0, W>...>)
+      return Types<std::enable_if_t<sizeof(A) != 0, W>...>{};
+  }
+}
+template <class Op, class... A>
+using Resolved = decltype(resolve<Op, A...>());
+
+// Whether dispatch has a record: for arguments that the operation names, for one integer where it names the
+// real, and for arguments of different types where it names the wider.
+template <class Op, class... A>
+constexpr bool has_record() {
+  if constexpr (Defined<Op, A...>) {
+    return true;
+  } else if constexpr (sizeof...(A) == 1) {
+    return Defined<Op, Promoted<A>...>;
+  } else if constexpr (!kAllSame<A...>) {
+    using W = Widest<A...>;
+    return Defined<Op, std::enable_if_t<sizeof(A) != 0, W>...>;
+  } else {
+    return false;
+  }
+}
+
+template <class To, class From>
+ZENTHAR_KERNEL To widen(From x) {
+  if constexpr (std::is_same_v<To, From>) {
+    return x;
+  } else if constexpr (std::is_same_v<To, mcomplex>) {
+    return mcomplex{mreal(x), 0.0};
+  } else {
+    return To(x);
+  }
+}
+
+template <class Op, class C, class... A>
+ZENTHAR_KERNEL auto evaluate_own(C checks, A... a) {
+  if constexpr (HasChecked<Op, A...>) {
+    return Op::checked(a..., checks);
+  } else {
+    return Outcome<decltype(Op::value(a...))>{Op::value(a...), Failure::kNone};
+  }
+}
+
+template <class Op, class C, class... A, class... E>
+ZENTHAR_KERNEL auto evaluate_in(Types<E...>, C checks, A... a) {
+  return evaluate_own<Op>(checks, widen<E>(a)...);
+}
+
+// One element of an operation, its arguments widened where it asks for that.
+template <class Op, class C, class... A>
+ZENTHAR_KERNEL auto evaluate(C checks, A... a) {
+  return evaluate_in<Op>(Resolved<Op, A...>{}, checks, a...);
+}
+
+template <class Op, class... A>
+using Result = decltype(evaluate<Op>(CallChecks{}, A{}...).value);
+
+template <class Op>
+concept ResultUnchecked = bool(requires { Op::kResultUnchecked; });
+template <class Op>
+concept FailsOnlyChecked = bool(requires { Op::kFailsOnlyChecked; });
+
+// Whether flag 2 looks at the result.
+template <class Op, class R>
+inline constexpr bool kChecksResult =
+    !ResultUnchecked<Op> && (std::is_same_v<R, mreal> || std::is_same_v<R, mcomplex>);
+
+inline constexpr mreal kLargest = 1.7976931348623157e308;
+
+ZENTHAR_KERNEL bool is_finite(mreal x) { return __builtin_fabs(x) <= kLargest; }
+ZENTHAR_KERNEL bool is_finite(mcomplex z) { return is_finite(z.re) && is_finite(z.im); }
+
+ZENTHAR_KERNEL Failure failure_of(mreal x) {
+  if (x != x) return Failure::kNaN;
+  return fail_if(__builtin_fabs(x) > kLargest, Failure::kInfinite);
+}
+ZENTHAR_KERNEL Failure failure_of(mcomplex z) { return either(failure_of(z.re), failure_of(z.im)); }
+
+}  // namespace zenthar::ZENTHAR_TARGET
+
+#endif

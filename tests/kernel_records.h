@@ -1,0 +1,200 @@
+// The records of dispatch seen alike for every arity, and elements to try them on.
+#ifndef ZENTHAR_TESTS_KERNEL_RECORDS_H
+#define ZENTHAR_TESTS_KERNEL_RECORDS_H
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "zenthar/dispatch.h"
+
+namespace kernel_records {
+
+inline constexpr int32_t kInteger = 7, kReal = 10, kComplex = 12;
+inline constexpr int32_t kTypes[] = {kInteger, kReal, kComplex};
+
+inline size_t size_of(int32_t type) { return type == kComplex ? 16 : 8; }
+
+struct Record {
+  int32_t op;
+  int32_t arity;
+  int32_t type[3];
+  int32_t result_type;
+  UnaryScalarFunction scalar1;
+  BinaryScalarFunction scalar2;
+  TernaryScalarFunction scalar3;
+  UnaryVectorFunction vector1;
+  BinaryVectorFunction vector2;
+  TernaryVectorFunction vector3;
+
+  std::string name() const {
+    std::string text = std::string(MNumericArray_getMachFuncName(op)) + "(";
+    for (int32_t k = 0; k < arity; ++k) text += (k ? ", " : "") + std::to_string(type[k]);
+    return text + ")";
+  }
+
+  int32_t scalar(void* result, const void* const* operands, uint32_t flags) const {
+    if (arity == 1) return scalar1(result, operands[0], flags);
+    if (arity == 2) return scalar2(result, operands[0], operands[1], flags);
+    return scalar3(result, operands[0], operands[1], const_cast<void*>(operands[2]), flags);
+  }
+
+  int32_t vector(void* result, const void* const* operands, const mint* steps, mint n, uint32_t flags) const {
+    if (arity == 1) return vector1(result, operands[0], n, flags);
+    if (arity == 2) return vector2(result, operands[0], steps[0], operands[1], steps[1], n, flags);
+    return vector3(result, operands[0], steps[0], operands[1], steps[1], const_cast<void*>(operands[2]),
+                   steps[2], n, flags);
+  }
+};
+
+// Every record that the getters give.
+inline std::vector<Record> all_records() {
+  std::vector<Record> records;
+  for (int32_t a : kTypes) {
+    for (int32_t op = 1; op <= 86; ++op)
+      if (auto f = MNumericArray_getUnaryVectorMachFunc(op, a))
+        records.push_back({op,
+                           1,
+                           {a, 0, 0},
+                           MNumericArray_ReturnType1(op, a),
+                           MNumericArray_getUnaryScalarMachFunc(op, a),
+                           nullptr,
+                           nullptr,
+                           f,
+                           nullptr,
+                           nullptr});
+    for (int32_t b : kTypes) {
+      for (int32_t op = 257; op <= 285; ++op)
+        if (auto f = MNumericArray_getBinaryVectorMachFunc(op, a, b))
+          records.push_back({op,
+                             2,
+                             {a, b, 0},
+                             MNumericArray_ReturnType2(op, a, b),
+                             nullptr,
+                             MNumericArray_getBinaryScalarMachFunc(op, a, b),
+                             nullptr,
+                             nullptr,
+                             f,
+                             nullptr});
+      for (int32_t c : kTypes)
+        for (int32_t op = 513; op <= 517; ++op)
+          if (auto f = MNumericArray_getTernaryVectorMachFunc(op, a, b, c))
+            records.push_back({op,
+                               3,
+                               {a, b, c},
+                               MNumericArray_ReturnType3(op, a, b, c),
+                               nullptr,
+                               nullptr,
+                               MNumericArray_getTernaryScalarMachFunc(op, a, b, c),
+                               nullptr,
+                               nullptr,
+                               f});
+    }
+  }
+  return records;
+}
+
+// A run of elements of one type, at an address that is a multiple of nothing.
+class Elements {
+ public:
+  Elements(int32_t type, mint n) : size_(size_of(type)), bytes_(size_t(n) * size_ + 1) {}
+  char* data() { return bytes_.data() + 1; }
+  const char* data() const { return bytes_.data() + 1; }
+  char* at(mint i) { return data() + size_t(i) * size_; }
+  const char* at(mint i) const { return data() + size_t(i) * size_; }
+  void set(mint i, const void* element) { std::memcpy(at(i), element, size_); }
+
+ private:
+  size_t size_;
+  std::vector<char> bytes_;
+};
+
+inline void put(void* to, int32_t type, mint integer, mreal re, mreal im) {
+  if (type == kInteger) std::memcpy(to, &integer, sizeof integer);
+  if (type != kInteger) std::memcpy(to, &re, sizeof re);
+  if (type == kComplex) std::memcpy(static_cast<char*>(to) + sizeof re, &im, sizeof im);
+}
+
+// Elements of ordinary size, for which few operations fail.
+inline Elements tame(int32_t type, mint n, uint32_t seed) {
+  std::mt19937_64 random(seed);
+  std::uniform_real_distribution<mreal> real(0.25, 3.0);
+  Elements run(type, n);
+  for (mint i = 0; i < n; ++i) put(run.at(i), type, mint(random() % 7) + 1, real(random), real(random));
+  return run;
+}
+
+inline const std::vector<mint>& special_integers() {
+  static const std::vector<mint> values = {0,
+                                           1,
+                                           -1,
+                                           2,
+                                           -2,
+                                           3,
+                                           -3,
+                                           7,
+                                           8,
+                                           10,
+                                           -7,
+                                           62,
+                                           63,
+                                           64,
+                                           -64,
+                                           92,
+                                           -93,
+                                           1000,
+                                           3037000499,
+                                           3037000500,
+                                           INT32_MAX,
+                                           mint(1) << 32,
+                                           mint(1) << 62,
+                                           INT64_MAX,
+                                           INT64_MIN,
+                                           INT64_MIN + 1};
+  return values;
+}
+inline const std::vector<mreal>& special_reals() {
+  constexpr mreal kInfinity = std::numeric_limits<mreal>::infinity();
+  static const std::vector<mreal> values = {
+      0.0,    -0.0,   1.0,     -1.0,   0.5,     -0.5,   2.0,     -2.5,      3.0,        -7.0,
+      1e-308, 5e-324, -5e-324, 1e308,  -1e308,  1e16,   1e300,   1e-300,    709.9,      -745.5,
+      1e5,    9.3e18, -9.3e18, 0x1p63, -0x1p63, 0x1p52, 1.7e308, kInfinity, -kInfinity, std::nan("")};
+  return values;
+}
+
+// Special values of a type, by number; the numbers go round.
+inline void special(void* to, int32_t type, size_t number) {
+  const auto& reals = special_reals();
+  const auto& integers = special_integers();
+  put(to, type, integers[number % integers.size()], reals[number % reals.size()],
+      reals[number / reals.size() % reals.size()]);
+}
+
+// Ordinary and special elements at random.
+inline Elements wild(int32_t type, mint n, uint32_t seed) {
+  std::mt19937_64 random(seed);
+  Elements run = tame(type, n, seed + 1);
+  for (mint i = 0; i < n; ++i)
+    if (random() % 2) special(run.at(i), type, random());
+  return run;
+}
+
+// Whether two elements are the same: bit by bit, any NaN like any other.
+inline bool same(int32_t type, const void* a, const void* b) {
+  if (type == kInteger) return std::memcmp(a, b, 8) == 0;
+  for (size_t part = 0; part < size_of(type); part += 8) {
+    mreal x, y;
+    std::memcpy(&x, static_cast<const char*>(a) + part, 8);
+    std::memcpy(&y, static_cast<const char*>(b) + part, 8);
+    if (std::isnan(x) && std::isnan(y)) continue;
+    if (std::memcmp(&x, &y, 8) != 0) return false;
+  }
+  return true;
+}
+
+}  // namespace kernel_records
+
+#endif

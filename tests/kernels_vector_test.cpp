@@ -1,0 +1,182 @@
+// Every vector function against the scalar function of its record.
+#include <gtest/gtest.h>
+
+#include "kernel_records.h"
+#include "zenthar/zenthar.h"
+
+namespace {
+
+using namespace kernel_records;
+
+constexpr uint32_t kAllFlags[] = {0, ZENTHAR_CHECK_REALS, ZENTHAR_CHECK_OVERFLOW,
+                                  ZENTHAR_CHECK_REALS | ZENTHAR_CHECK_OVERFLOW};
+
+// What the scalar function makes of a run: results up to the first failure, and its status.
+struct Expected {
+  Elements results;
+  mint count;
+  int32_t status;
+};
+
+Expected expected(const Record& record, std::vector<Elements>& operands, const mint* steps, mint n,
+                  uint32_t flags) {
+  Expected expected{Elements(record.result_type, n), 0, 0};
+  for (; expected.count < n; ++expected.count) {
+    const void* elements[3];
+    for (int32_t k = 0; k < record.arity; ++k)
+      elements[k] = operands[size_t(k)].at(expected.count * steps[k]);
+    expected.status = record.scalar(expected.results.at(expected.count), elements, flags);
+    if (expected.status != 0) break;
+  }
+  return expected;
+}
+
+class VectorFunctions : public testing::Test {
+ protected:
+  void SetUp() override { setExceptionStyle(1); }
+  void TearDown() override { setExceptionActive(0); }
+
+  // Runs a record and compares. `result_in`: the operand whose memory takes the result, or -1.
+  void check(const Record& record, const std::vector<Elements>& operands, const mint* steps, mint n,
+             uint32_t flags, int result_in = -1) {
+    std::vector<Elements> given = operands, wanted_operands = operands;
+    const Expected wanted = expected(record, wanted_operands, steps, n, flags);
+    Elements separate(record.result_type, n);
+    Elements& result = result_in < 0 ? separate : given[size_t(result_in)];
+    const void* data[3] = {};
+    for (size_t k = 0; k < given.size(); ++k) data[k] = given[k].data();
+    setExceptionActive(0);
+    const int32_t code = record.vector(result.data(), data, steps, n, flags);
+    const std::string where = record.name() + " n " + std::to_string(n) + " flags " + std::to_string(flags) +
+                              " steps " + std::to_string(steps[0]) + std::to_string(steps[1]) +
+                              std::to_string(steps[2]) + " in place " + std::to_string(result_in);
+    ASSERT_EQ(code, getExceptionActive()) << where;
+    if (wanted.status == 1) {  // found from the arguments: raised only here
+      ASSERT_TRUE(code == 1 || code == 16) << where << ": " << code;
+      return;
+    }
+    ASSERT_EQ(code, wanted.status) << where << " element " << wanted.count;
+    if (code != 0) return;
+    for (mint i = 0; i < n; ++i)
+      ASSERT_TRUE(same(record.result_type, result.at(i), wanted.results.at(i))) << where << " element " << i;
+    if (result_in < 0 && record.arity == 3) {
+      for (mint i = 0; i < n * steps[2]; ++i)
+        ASSERT_TRUE(same(record.type[2], given[2].at(i), wanted_operands[2].at(i)))
+            << where << " third operand " << i;
+    }
+  }
+};
+
+std::vector<Elements> runs(const Record& record, Elements (*make)(int32_t, mint, uint32_t), mint n,
+                           uint32_t seed) {
+  std::vector<Elements> operands;
+  for (int32_t k = 0; k < record.arity; ++k)
+    operands.push_back(make(record.type[k], n, seed + uint32_t(k) * 7));
+  return operands;
+}
+
+constexpr mint kSteps[][3] = {{1, 1, 1}, {0, 1, 1}, {1, 0, 1}, {1, 1, 0}, {0, 0, 1}, {0, 0, 0}};
+
+size_t step_patterns(int32_t arity) { return arity == 1 ? 1 : arity == 2 ? 3 : 6; }
+
+TEST_F(VectorFunctions, AgreeWithTheScalarFunctions) {
+  constexpr mint kLengths[] = {0,  1,  2,  3,  4,  5,   7,   8,    9,    15,  16,
+                               17, 31, 33, 64, 65, 511, 513, 1024, 1025, 4097};
+  for (const Record& record : all_records())
+    for (mint n : kLengths)
+      for (size_t pattern = 0; pattern < step_patterns(record.arity); ++pattern)
+        for (uint32_t flags : {0u, 6u}) {
+          check(record, runs(record, tame, n + 1, uint32_t(n)), kSteps[pattern], n, flags);
+          check(record, runs(record, wild, n + 1, uint32_t(n) + 1), kSteps[pattern], n, flags);
+          if (HasFatalFailure()) return;
+        }
+}
+
+TEST_F(VectorFunctions, WorkInPlace) {
+  for (const Record& record : all_records())
+    for (int32_t k = 0; k < record.arity; ++k) {
+      if (size_of(record.type[k]) != size_of(record.result_type)) continue;
+      if (record.op == MACHFUNC_COMPPLUS && k == 2) continue;  // both are written
+      for (mint n : {mint(5), mint(1000), mint(5000)})
+        for (uint32_t flags : {0u, 6u}) {
+          check(record, runs(record, tame, n, 11), kSteps[0], n, flags, k);
+          check(record, runs(record, wild, n, 12), kSteps[0], n, flags, k);
+          if (HasFatalFailure()) return;
+        }
+      // The result begins where a repeated operand lies.
+      if (record.arity > 1 && record.op != MACHFUNC_COMPPLUS) {
+        mint steps[3] = {1, 1, 1};
+        steps[k] = 0;
+        check(record, runs(record, tame, 1500, 13), steps, 1500, 6, k);
+        if (HasFatalFailure()) return;
+      }
+    }
+}
+
+// Puts failing elements among ordinary ones: the first decides, wherever it lies in a block.
+TEST_F(VectorFunctions, ReportTheFirstFailingElement) {
+  constexpr mint kLength = 9000;
+  constexpr mint kPlaces[] = {0, 1, 7, 8, 511, 512, 1023, 1024, 4095, 4096, 8191, 8192, kLength - 1};
+  for (const Record& record : all_records())
+    for (uint32_t flags : kAllFlags) {
+      // Two sets of arguments with different failures, where there are.
+      std::vector<std::vector<Elements>> failing;
+      std::vector<int32_t> codes;
+      for (size_t number = 0; number < 900 && failing.size() < 2; ++number) {
+        std::vector<Elements> elements;
+        const void* data[3] = {};
+        for (int32_t k = 0; k < record.arity; ++k) {
+          elements.emplace_back(record.type[k], 1);
+          special(elements.back().data(), record.type[k], number * (size_t(k) + 1) + number / 26);
+        }
+        for (int32_t k = 0; k < record.arity; ++k) data[k] = elements[size_t(k)].data();
+        Elements result(record.result_type, 1);
+        const int32_t status = record.scalar(result.data(), data, flags);
+        if (status == 0 || (!codes.empty() && codes[0] == status)) continue;
+        failing.push_back(elements);
+        codes.push_back(status);
+      }
+      for (mint place : kPlaces) {
+        std::vector<Elements> operands = runs(record, tame, kLength, 21);
+        for (size_t f = 0; f < failing.size(); ++f) {
+          const mint later = place + mint(f) * 3;
+          if (later >= kLength) break;
+          for (size_t k = 0; k < operands.size(); ++k) operands[k].set(later, failing[f][k].data());
+        }
+        check(record, operands, kSteps[0], kLength, flags);
+        if (size_of(record.type[0]) == size_of(record.result_type))
+          check(record, operands, kSteps[0], kLength, flags, 0);
+        if (HasFatalFailure()) return;
+        if (failing.empty()) break;
+      }
+    }
+}
+
+TEST_F(VectorFunctions, RaiseInTheStyleThatIsSet) {
+  const mint a[] = {1, INT64_MAX}, b[] = {1, 1};
+  mint sum[2];
+  const auto plus = MNumericArray_getBinaryVectorMachFunc(MACHFUNC_PLUS, kInteger, kInteger);
+  setExceptionStyle(0);
+  try {
+    plus(sum, a, 1, b, 1, 2, ZENTHAR_CHECK_OVERFLOW);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const ZentharRuntimeException& exception) {
+    EXPECT_STREQ(exception.what(), "integer_overflow");
+  }
+  setExceptionStyle(1);
+  EXPECT_EQ(plus(sum, a, 1, b, 1, 2, 0), 0);
+  EXPECT_EQ(sum[1], INT64_MIN);
+}
+
+TEST_F(VectorFunctions, LookForAbortRequestsInLongRuns) {
+  const mint n = 100000;
+  std::vector<mint> a(n, 1), b(n, 2), sum(n);
+  const auto plus = MNumericArray_getBinaryVectorMachFunc(MACHFUNC_PLUS, kInteger, kInteger);
+  watch = 1;
+  EXPECT_EQ(plus(sum.data(), a.data(), 1, b.data(), 1, n, 0), 34);
+  EXPECT_EQ(getExceptionActive(), 34);
+  watch = 0;
+  EXPECT_EQ(plus(sum.data(), a.data(), 1, b.data(), 1, n, 0), 0);
+}
+
+}  // namespace
