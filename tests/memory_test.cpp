@@ -509,6 +509,7 @@ TEST(MemoryThreads, ExchangeUnderCompactionAndStatistics) {
       zfree(old);
     }
   };
+  const mint allocators = live_allocators();
   std::thread watcher([&] {
     while (!stop) {
       CompactifyMemory();
@@ -519,7 +520,6 @@ TEST(MemoryThreads, ExchangeUnderCompactionAndStatistics) {
       }
     }
   });
-  const mint allocators = live_allocators();
   std::vector<std::thread> threads;
   for (uint64_t t = 0; t < 3; ++t)
     threads.emplace_back([&, t] {

@@ -220,7 +220,9 @@ class ZENTHAR_API ZentharRuntimeException : public std::exception {
  public:
   /** @param code the error code it carries */
   explicit ZentharRuntimeException(int32_t code) : code_(code) {}
+  /** Copies the code. */
   ZentharRuntimeException(const ZentharRuntimeException&) = default;
+  /** Copies the code. @return this */
   ZentharRuntimeException& operator=(const ZentharRuntimeException&) = default;
   ~ZentharRuntimeException() override;
   /** @return the name of the code, a static string, see ::ZentharErrorCode */

@@ -227,11 +227,9 @@ bool enter_slab(Slab* slab) {
 
 void purge_chunks() {
   const RegionLock lock;
-  size_t count = 0;
-  for (Region* region = partly_free; region; region = region->next) {
-    ++count;
-    if (region->next == partly_free) break;
-  }
+  if (!partly_free) return;
+  size_t count = 1;
+  for (const Region* region = partly_free; region->next != partly_free; region = region->next) ++count;
   for (Region* region = partly_free; count > 0; --count) {
     Region* next = region->next;
     if (region->free_chunks == kAllChunks) {
