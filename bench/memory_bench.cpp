@@ -70,9 +70,7 @@ int measure(const Options& options) {
   return report.summarise() ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   Options options;
   CLI::App app("Compares the library's allocator with glibc, mimalloc, jemalloc and tcmalloc.");
   app.add_option("--only", options.only, "only rows whose name contains this (may be repeated)");
@@ -83,10 +81,16 @@ int main(int argc, char** argv) {
   app.add_flag("--list", options.list, "name the rows and stop");
   app.add_option("--csv", options.csv, "also write the figures to this file");
   CLI11_PARSE(app, argc, argv);
+  std::signal(SIGPIPE, SIG_IGN);  // a player that died is noticed by its turn
+  if (!options.list) ensure_loader_environment(argv);
+  return measure(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
   try {
-    std::signal(SIGPIPE, SIG_IGN);  // a player that died is noticed by its turn
-    if (!options.list) ensure_loader_environment(argv);
-    return measure(options);
+    return run(argc, argv);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
     return EXIT_FAILURE;

@@ -59,8 +59,8 @@ size_t glibc_bytes_in_use() {
 // Asks for blocks of several sizes, grows each, checks the contents and frees them all.
 // Returns how far glibc's bytes in use rose at the peak, or -1 when a block was wrong.
 int64_t glibc_growth_during_use(const Allocator& allocator) {
-  constexpr size_t kSizes[] = {16, 1000, 20000, 1000000};
-  constexpr size_t kBlocks = 32;
+  constexpr size_t kSizes[] = {16, 1000, 20000, 300000};
+  constexpr size_t kBlocks = 16;
   constexpr size_t kCount = std::size(kSizes) * kBlocks;
   unsigned char* blocks[kCount];
   const size_t before = glibc_bytes_in_use();
@@ -90,7 +90,7 @@ std::string find_fault(const Allocator& allocator, bool may_use_glibc) {
   if (child < 0) return "no process to try it in";
   if (child == 0) {
     const int64_t growth = glibc_growth_during_use(allocator);
-    // Some bytes for the peer's own strings are no concern; the blocks themselves add up to 98 million.
+    // Some bytes for the peer's own strings are no concern; the blocks themselves add up to 15 million.
     _exit(growth < 0 ? kWrongBlock : growth > 65536 && !may_use_glibc ? kUsesGlibc : kSound);
   }
   int status = 0;
@@ -130,7 +130,7 @@ std::string load_peer(const Peer& peer, Allocator& allocator) {
   allocator.reallocate = reinterpret_cast<decltype(allocator.reallocate)>(dlsym(handle, "realloc"));
   if (allocator.allocate == nullptr || allocator.release == nullptr || allocator.reallocate == nullptr)
     return "has no malloc, free or realloc";
-  if (!lies_in(allocator, reinterpret_cast<const void*>(object->l_addr)))
+  if (!lies_in(allocator, object_of(object->l_ld).dli_fbase))
     return "its malloc, free and realloc come from another object";
   return find_fault(allocator, allocator.file.find("libc.so") != std::string::npos);
 }
