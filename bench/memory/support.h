@@ -3,9 +3,9 @@
 #pragma once
 
 #include <sys/mman.h>
+#include <time.h>
 
 #include <atomic>
-#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -40,12 +40,30 @@ struct PageAllocator {
 template <typename T>
 using Table = std::vector<T, PageAllocator<T>>;
 
+inline double nanoseconds_on(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+}
+
 template <typename Work>
-double nanoseconds_per_operation(size_t operations, Work&& work) {
-  const auto start = std::chrono::steady_clock::now();
+double nanoseconds_per_operation(clockid_t clock, size_t operations, Work&& work) {
+  const double start = nanoseconds_on(clock);
   work();
-  const std::chrono::duration<double, std::nano> elapsed = std::chrono::steady_clock::now() - start;
-  return elapsed.count() / static_cast<double>(operations);
+  return (nanoseconds_on(clock) - start) / static_cast<double>(operations);
+}
+
+// The time that this thread spends on a processor, in the system too: what else the machine does between its
+// slices does not count.
+template <typename Work>
+double own_nanoseconds_per_operation(size_t operations, Work&& work) {
+  return nanoseconds_per_operation(CLOCK_THREAD_CPUTIME_ID, operations, work);
+}
+
+// The time that passes, for work that several threads share.
+template <typename Work>
+double elapsed_nanoseconds_per_operation(size_t operations, Work&& work) {
+  return nanoseconds_per_operation(CLOCK_MONOTONIC, operations, work);
 }
 
 using Random = std::mt19937_64;

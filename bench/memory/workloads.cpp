@@ -36,7 +36,7 @@ class Pairs final : public Workload {
       : allocator_(allocator), size_(size), operations_(operations) {}
 
   double turn() override {
-    return nanoseconds_per_operation(operations_, [this] {
+    return own_nanoseconds_per_operation(operations_, [this] {
       for (size_t i = 0; i < operations_; ++i) {
         void* block = allocator_.allocate(size_, 0, 1);
         write_first_word(block, i);
@@ -58,7 +58,7 @@ class Batches final : public Workload {
       : allocator_(allocator), size_(size), order_(order), rounds_(operations / batch), blocks_(batch) {}
 
   double turn() override {
-    return nanoseconds_per_operation(rounds_ * blocks_.size(), [this] {
+    return own_nanoseconds_per_operation(rounds_ * blocks_.size(), [this] {
       for (size_t round = 0; round < rounds_; ++round) {
         for (void*& block : blocks_) {
           block = allocator_.allocate(size_, 0, 1);
@@ -154,7 +154,7 @@ class Replacement final : public Workload {
     set_.replace(live);
   }
   double turn() override {
-    return nanoseconds_per_operation(operations_, [this] { set_.replace(operations_); });
+    return own_nanoseconds_per_operation(operations_, [this] { set_.replace(operations_); });
   }
 
  private:
@@ -169,7 +169,7 @@ class TwoThreadReplacement final : public Workload {
     partner_.together([&] { prepare(theirs_, live); }, [&] { prepare(mine_, live); });
   }
   double turn() override {
-    return nanoseconds_per_operation(operations_, [this] {
+    return elapsed_nanoseconds_per_operation(operations_, [this] {
       partner_.together([this] { theirs_.replace(operations_); }, [this] { mine_.replace(operations_); });
     });
   }
@@ -197,7 +197,7 @@ class ArrayGrowth final : public Workload {
   }
 
   double turn() override {
-    return nanoseconds_per_operation(rounds_ * sizes_.size() * arrays_.size(), [this] {
+    return own_nanoseconds_per_operation(rounds_ * sizes_.size() * arrays_.size(), [this] {
       for (size_t round = 0; round < rounds_; ++round) grow_and_release();
     });
   }
@@ -272,7 +272,7 @@ class HandoverBetweenThreads final : public Workload {
 
   double turn() override {
     const size_t blocks = rounds_ * BatchQueue::kBatch;
-    return nanoseconds_per_operation(direction_ == Handover::kBothWays ? 2 * blocks : blocks, [this] {
+    return elapsed_nanoseconds_per_operation(direction_ == Handover::kBothWays ? 2 * blocks : blocks, [this] {
       switch (direction_) {
         case Handover::kFromMain:
           return partner_.together([this] { consume(there_); }, [this] { produce(there_); });
@@ -355,7 +355,7 @@ class LargeBatches final : public LargeBlocks {
       : LargeBlocks(allocator, batch, touch), rounds_(operations / batch) {}
 
   double turn() override {
-    return nanoseconds_per_operation(rounds_ * blocks_.size(), [this] {
+    return own_nanoseconds_per_operation(rounds_ * blocks_.size(), [this] {
       for (size_t round = 0; round < rounds_; ++round) {
         for (void*& block : blocks_) block = allocate_next();
         for (size_t i = blocks_.size(); i-- > 0;) allocator_.release(blocks_[i]);
@@ -377,7 +377,7 @@ class LargeReplacement final : public LargeBlocks {
   }
 
   double turn() override {
-    return nanoseconds_per_operation(slots_.size(), [this] {
+    return own_nanoseconds_per_operation(slots_.size(), [this] {
       for (const uint32_t slot : slots_) {
         allocator_.release(blocks_[slot]);
         blocks_[slot] = allocate_next();
