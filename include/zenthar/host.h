@@ -9,6 +9,7 @@
 #ifndef ZENTHAR_HOST_H
 #define ZENTHAR_HOST_H
 
+#include "zenthar/hashing.h"
 #include "zenthar/types.h"
 
 ZENTHAR_BEGIN_DECLS
@@ -25,6 +26,19 @@ ZENTHAR_API mbool watchhandle_c(const char* category);
  * @param bytes the size of the request, -1 when the size itself overflowed
  */
 ZENTHAR_API void StartOutOfMemoryAbort(mint bytes);
+/**
+ * Registers an entry that has just been linked into a table with ::HASH_TABLE_WEAK. The default does nothing.
+ * @param table the table
+ * @param entry its new entry
+ */
+ZENTHAR_API void WeakHashTable_Add(HashTable table, HashEntry entry);
+/**
+ * Unregisters an entry of a table with ::HASH_TABLE_WEAK that has just been unlinked, before it is released.
+ * The default does nothing.
+ * @param table the table
+ * @param entry the entry, its key and value still in place
+ */
+ZENTHAR_API void WeakHashTable_Remove(HashTable table, HashEntry entry);
 
 ZENTHAR_END_DECLS
 

@@ -9,3 +9,7 @@ ZENTHAR_HOST_DEFAULT mbool watchhandle_c(const char*) { return 1; }
 
 // There is no computation to abort: the null or the status that the request returns carries the failure.
 ZENTHAR_HOST_DEFAULT void StartOutOfMemoryAbort(mint) {}
+
+// Nobody keeps weak references: entries of weak tables live like those of any other.
+ZENTHAR_HOST_DEFAULT void WeakHashTable_Add(HashTable, HashEntry) {}
+ZENTHAR_HOST_DEFAULT void WeakHashTable_Remove(HashTable, HashEntry) {}

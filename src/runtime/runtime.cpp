@@ -7,6 +7,7 @@
 #include "array/array.h"
 #include "errors/errors.h"
 #include "kernels/dispatch/thresholds.h"
+#include "hashing/hashing.h"
 #include "memory/allocator.h"
 #include "zenthar/threads.h"
 
@@ -18,6 +19,7 @@ using EndHook = void (*)();
 // Run with every phase, in this order.
 constexpr StartHook kStartHooks[] = {
     zenthar::memory_initialize,
+    zenthar::hashing_initialize,
     zenthar::array_initialize,
     zenthar::vector_thresholds_initialize,
     zenthar::permanent_array_initialize,
