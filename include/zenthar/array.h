@@ -131,7 +131,8 @@ ZENTHAR_API const char* MRawArrayTypeString(int32_t type);
 /** @name Headers
  * @{ */
 
-/** Not 0 while arrays are tracked; tested at every creation and deletion. */
+/** Not 0 while arrays are tracked, see initializeTensorMemoryCheck(); tested at every creation and deletion.
+ */
 extern ZENTHAR_API int32_t trackTensorMemory;
 
 /** @return a new empty header: type 0, rank 0, no data, reference count 1 (allocated in failure mode 0) */
@@ -292,6 +293,45 @@ ZENTHAR_API mbool MNumericArray_maxCompatibleDimensions(MNumericArray a, MNumeri
 /** MNumericArray_maxCompatibleDimensions(). */
 ZENTHAR_API mbool MTensor_maxCompatibleDimensions(MTensor a, MTensor b, mint* rank_out,
                                                   const mint** dimensions_out);
+/** @} */
+
+/** @name Tracking
+ * A checking mode that finds arrays which are registered twice, freed twice, freed without having been
+ * created while it is on, or never freed. While ::trackTensorMemory is not 0, every new header is registered,
+ * and deleting an array only marks it: its memory stays until the run ends, so that a second deletion is
+ * still recognised. Off, it costs a test of the flag.
+ *
+ * Arrays may be created and deleted in many threads meanwhile; a mode switch must not coincide with either.
+ * A problem is reported once, by one of four texts, and the call that met it goes on: "MTensor already
+ * created", "MTensor cannot be found", "MTensor has already been freed", "MTensor not freed".
+ * @{ */
+
+/** Receives the text of a problem, in the thread that met it; it may create and delete arrays itself. */
+typedef void (*TensorMemoryReporter)(const char* message);
+/**
+ * Begins a run: an empty table of arrays, and tracking on. The table of an earlier run that was not released
+ * is forgotten, not freed.
+ * @param reporter called for every problem; null for none
+ */
+ZENTHAR_API void initializeTensorMemoryCheck(TensorMemoryReporter reporter);
+/**
+ * Registers an array; MNumericArray_new() does so while tracking is on. An array that has a record already is
+ * reported and gets another.
+ */
+ZENTHAR_API void TensorMemory_addNew(MNumericArray array);
+/**
+ * Marks an array as freed; MNumericArray_delete() does so, instead of releasing it, while tracking is on. An
+ * array without a record, or marked already, is reported.
+ */
+ZENTHAR_API void TensorMemory_free(MNumericArray array);
+/**
+ * Ends a run: tracking off, and every array that is neither marked freed nor bears
+ * ::MNUMERICARRAY_FLAG_NOT_OWNED is reported.
+ * @param release not 0: arrays marked freed and all records are released (arrays that were not freed stay
+ * with their holders), and a further run needs initializeTensorMemoryCheck(); 0: everything is kept, for
+ * another call, before which none of the registered arrays may be deleted
+ */
+ZENTHAR_API void runTensorMemoryCheck(int32_t release);
 /** @} */
 
 ZENTHAR_END_DECLS

@@ -22,11 +22,15 @@ MNumericArray MNumericArray_new(void) {
   *array = {};
   array->precision = zenthar::kIntegerPrecision;
   array->refCount = 1;
+  if (trackTensorMemory) [[unlikely]]
+    TensorMemory_addNew(array);
   return array;
 }
 
 void MNumericArray_delete(MNumericArray array) {
   if (!array || is_never_freed(array)) return;
+  if (trackTensorMemory) [[unlikely]]
+    return TensorMemory_free(array);
   MNumericArray_freeMemory(array);
   zfree(array);
 }
