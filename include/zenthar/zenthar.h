@@ -12,6 +12,7 @@
 #include "zenthar/hashing.h"
 #include "zenthar/host.h"
 #include "zenthar/memory.h"
+#include "zenthar/parallel.h"
 #include "zenthar/runtime.h"
 #include "zenthar/scalar.h"
 #include "zenthar/threads.h"

@@ -1,0 +1,62 @@
+// Moving sleeping workers to processors of their own. See placement.h for why.
+#include "parallel/placement.h"
+
+#include <unistd.h>
+
+namespace zenthar::parallel {
+
+void Place::settle_in() {
+  thread_ = gettid();
+  leave_note();
+}
+
+void Place::leave_note() { processor_.store(sched_getcpu(), std::memory_order_relaxed); }
+
+void Place::put_back() {
+  if (!moved_) return;
+  moved_ = false;
+  sched_setaffinity(0, sizeof affinity_, &affinity_);
+}
+
+bool Place::read_affinity() { return sched_getaffinity(thread_, sizeof affinity_, &affinity_) == 0; }
+
+void Place::move_to(int target) {
+  cpu_set_t only;
+  CPU_ZERO(&only);
+  CPU_SET(target, &only);
+  moved_ = sched_setaffinity(thread_, sizeof only, &only) == 0;
+}
+
+Placement::Placement(int processors) : own_(sched_getcpu()), left_(processors) {
+  CPU_ZERO(&taken_);
+  if (own_ < 0 || own_ >= CPU_SETSIZE) left_ = 0;
+  take(own_);
+}
+
+void Placement::note_awake(const Place& place) {
+  --left_;
+  take(place.processor());
+}
+
+void Placement::place(Place& place) {
+  if (left_ <= 0) return;  // more workers than processors: the scheduler's affair
+  const bool own_is_left = --left_ == 0;
+  const int there = place.processor();
+  if (own_is_left ? there == own_ : !taken(there)) {
+    take(there);
+    return;
+  }
+  if (!place.read_affinity()) return;
+  const int target = own_is_left ? own_ : first_free(place);
+  if (target >= CPU_SETSIZE || !place.allows(target)) return;
+  place.move_to(target);
+  take(target);
+}
+
+int Placement::first_free(const Place& place) const {
+  int processor = 0;
+  while (processor < CPU_SETSIZE && (taken(processor) || !place.allows(processor))) ++processor;
+  return processor;
+}
+
+}  // namespace zenthar::parallel
