@@ -26,17 +26,14 @@ uint64_t figure_in_use(const ThreadAllocator* a) {
   return get(a->in_use) - get(a->aside_bytes) - get(a->aside_large_bytes);
 }
 
+uint64_t figure_large(const ThreadAllocator* a) { return get(a->large_bytes) - get(a->aside_large_bytes); }
+
 // What the slabs hold beyond the blocks in use. The accounts are read one after the other while the owner may
 // be at work, so the difference can be off by what changed between, and below 0.
 uint64_t figure_free_in_slabs(const ThreadAllocator* a) {
-  const uint64_t in_blocks = figure_in_use(a) - sizeof(ThreadAllocator) - get(a->large_bytes);
+  const uint64_t in_blocks = figure_in_use(a) - sizeof(ThreadAllocator) - figure_large(a);
   const auto free_bytes = int64_t(get(a->slab_bytes) - in_blocks);
   return free_bytes > 0 ? uint64_t(free_bytes) : 0;
-}
-
-uint64_t figure_large(const ThreadAllocator* a) {
-  const memory::AllocatorLock lock(a);
-  return get(a->large_bytes);
 }
 
 uint64_t figure(const ThreadAllocator* a, int32_t kind) {
@@ -77,8 +74,7 @@ uint64_t system_allocation_limit = ~uint64_t{0};
 
 void zenthar::memory::settle(ThreadAllocator* allocator) {
   if (get(allocator->aside_bytes)) drain_all(allocator);
-  if (get(allocator->aside_large_bytes))
-    add(allocator->in_use, -allocator->aside_large_bytes.exchange(0, std::memory_order_relaxed));
+  if (get(allocator->aside_large_bytes)) settle_large(allocator);
 }
 
 bool zenthar::memory::within_limit(ThreadAllocator* allocator, uint64_t bytes) {
@@ -177,11 +173,12 @@ void CompactifyMemory(void) {
     if (a == memory::current_allocator) {
       memory::drain_all(a);
       for (memory::SizeClass& size_class : a->classes) memory::release_empty_slabs(&size_class);
-      memory::add(a->in_use, -memory::release_pending_large(a));
+      memory::release_pending_large(a);
+      memory::release_kept(a);
       memory::settle(a);
     } else {
       for (memory::SizeClass& size_class : a->classes) memory::set_aside(&size_class);
-      a->aside_large_bytes.fetch_add(memory::release_pending_large(a), std::memory_order_relaxed);
+      memory::set_aside_large(a);
     }
   }
   memory::purge_chunks();

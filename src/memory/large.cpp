@@ -1,68 +1,123 @@
-// Large blocks. Their list is guarded by the owner's mutex, since other threads read its sizes and, when the
-// owner has ended, unlink from it; the system's malloc and free are called outside the lock.
+// Large blocks. They come from malloc and are counted by their owner; the header names it.
+//
+// The pages of a fresh block cost more than most things that are done with it, so an owner keeps some of the
+// blocks it has freed, and blocks that grow get room to grow on.
 #include "memory/large.h"
 
-#include <cstdlib>
+#include <malloc.h>
+#include <sys/mman.h>
 
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "memory/guard.h"
 #include "memory/lifecycle.h"
 
 namespace zenthar::memory {
 
 namespace {
 
+constexpr uint64_t kKeptBytes = uint64_t{128} << 20;  // kept by one thread at most
+constexpr uint64_t kHugePage = uint64_t{2} << 20;
+constexpr uint64_t kHugeFrom = 2 * kHugePage;  // blocks from here on ask for huge pages
+
 char* data_of(LargeBlock* block, bool aligned) {
   return reinterpret_cast<char*>(block) + (aligned ? kAlignedLargeHeader : kLargeHeader);
 }
 
-LargeBlock*& pending_link(LargeBlock* block) { return *reinterpret_cast<LargeBlock**>(block + 1); }
-
-void link(ThreadAllocator* owner, LargeBlock* block) {
-  block->self = block;
-  block->owner = owner;
-  block->previous = nullptr;
-  block->next = owner->large;
-  if (block->next) block->next->previous = block;
-  owner->large = block;
-  add(owner->large_bytes, block->size);
+void account(ThreadAllocator* owner, int64_t blocks, uint64_t bytes) {
+  owner->large_blocks += uint64_t(blocks);
+  add(owner->large_bytes, bytes);
 }
 
-void unlink(ThreadAllocator* owner, LargeBlock* block) {
-  (block->previous ? block->previous->next : owner->large) = block->next;
-  if (block->next) block->next->previous = block->previous;
-  add(owner->large_bytes, -block->size);
+uint64_t capacity_of(LargeBlock* block) { return malloc_usable_size(block); }
+
+void ask_for_huge_pages(const void* memory, uint64_t size) {
+  if (size < kHugeFrom || guard::watching()) return;
+  const uintptr_t begin = (reinterpret_cast<uintptr_t>(memory) + kHugePage - 1) & ~uintptr_t(kHugePage - 1);
+  const uintptr_t end = (reinterpret_cast<uintptr_t>(memory) + size) & ~uintptr_t(kHugePage - 1);
+  if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
 
-// Unlinks the pending blocks and hands them over, chained; the owner's mutex is held.
-LargeBlock* take_pending(ThreadAllocator* owner, uint64_t& bytes) {
-  LargeBlock* first = owner->pending_large;
-  owner->pending_large = nullptr;
-  owner->large_pending.store(0, std::memory_order_relaxed);
-  for (LargeBlock* block = first; block; block = pending_link(block)) {
-    bytes += block->size;
-    unlink(owner, block);
-  }
-  return first;
+uint32_t bin_of(uint64_t size) {
+  const int doublings = std::bit_width(size) - std::bit_width(uint64_t{kLargestClass});
+  return uint32_t(doublings) * 4 | (uint32_t(size >> (doublings + 14)) & 3);
 }
 
-void free_chain(LargeBlock* block) {
-  while (block) {
-    LargeBlock* next = pending_link(block);
+// Removes the block that a link of a bin leads to.
+LargeBlock* remove_kept(KeptBlocks& kept, uint32_t bin, LargeBlock** link) {
+  LargeBlock* block = *link;
+  *link = block->next;
+  kept.bytes -= block->size;
+  if (!kept.bins[bin]) kept.filled &= ~(uint64_t{1} << bin);
+  return block;
+}
+
+// Gives up one kept block, from one bin after the other.
+void evict_one(KeptBlocks& kept) {
+  const uint64_t later = kept.filled >> kept.evict << kept.evict;
+  const auto bin = uint32_t(std::countr_zero(later ? later : kept.filled));
+  kept.evict = (bin + 1) % KeptBlocks::kBins;
+  std::free(remove_kept(kept, bin, &kept.bins[bin]));
+}
+
+// Frees a block of the calling thread, or keeps it and gives up others to make room.
+void keep(ThreadAllocator* owner, LargeBlock* block) {
+  KeptBlocks& kept = owner->kept;
+  const uint64_t capacity = guard::watching() ? ~uint64_t{0} : capacity_of(block);
+  if (capacity >= kKeptBytes) {
     std::free(block);
-    block = next;
+    return;
   }
+  while (kept.bytes + capacity > kKeptBytes) evict_one(kept);
+  const uint32_t bin = bin_of(capacity);
+  block->size = capacity;
+  block->next = kept.bins[bin];
+  kept.bins[bin] = block;
+  kept.filled |= uint64_t{1} << bin;
+  kept.bytes += capacity;
 }
 
-void free_own(ThreadAllocator* owner, LargeBlock* block) {
-  uint64_t bytes = block->size;
-  LargeBlock* pending;
-  {
-    const AllocatorLock lock(owner);
-    unlink(owner, block);
-    pending = take_pending(owner, bytes);
+// A kept block that fits and wastes little: one of the last few of its own bin, or the last of a bin just
+// above.
+LargeBlock* take_kept(ThreadAllocator* owner, uint64_t charge) {
+  KeptBlocks& kept = owner->kept;
+  if (charge >= kKeptBytes || !kept.filled) return nullptr;
+  const uint32_t own = bin_of(charge);
+  LargeBlock** link = &kept.bins[own];
+  for (int tries = 4; *link && tries > 0; --tries, link = &(*link)->next)
+    if ((*link)->size >= charge) return remove_kept(kept, own, link);
+  const uint64_t above = kept.filled >> own >> 1;
+  const uint32_t bin = own + 1 + uint32_t(std::countr_zero(above));
+  if (!above || bin > own + 2) return nullptr;
+  return remove_kept(kept, bin, &kept.bins[bin]);
+}
+
+LargeBlock* fresh_block(ThreadAllocator* owner, uint64_t charge, bool zeroed) {
+  void* memory = zeroed ? std::calloc(1, charge) : std::malloc(charge);
+  if (!memory && owner->kept.filled) {
+    release_kept(owner);
+    memory = zeroed ? std::calloc(1, charge) : std::malloc(charge);
   }
-  add(owner->in_use, -bytes);
-  std::free(block);
-  free_chain(pending);
+  if (memory) ask_for_huge_pages(memory, charge);
+  return static_cast<LargeBlock*>(memory);
+}
+
+void* enter(ThreadAllocator* owner, LargeBlock* block, uint64_t charge, bool aligned) {
+  *block = {block, nullptr, nullptr, owner, charge};
+  account(owner, 1, charge);
+  char* data = data_of(block, aligned);
+  if (aligned) reinterpret_cast<uint64_t*>(data)[-1] = kPaddingWord;
+  return data;
+}
+
+LargeBlock* take_pending(ThreadAllocator* owner) {
+  const AllocatorLock lock(owner);
+  owner->large_pending.store(0, std::memory_order_relaxed);
+  return std::exchange(owner->pending_large, nullptr);
 }
 
 // Hands a block to its running owner; false when the owner has ended.
@@ -70,19 +125,16 @@ bool push_pending(LargeBlock* block) {
   ThreadAllocator* owner = block->owner;
   const AllocatorLock lock(owner);
   if (owner->orphaned.load(std::memory_order_relaxed)) return false;
-  pending_link(block) = owner->pending_large;
+  block->next = owner->pending_large;
   owner->pending_large = block;
   owner->large_pending.store(1, std::memory_order_relaxed);
   return true;
 }
 
 void free_orphaned(LargeBlock* block) {
-  const ListLock list_lock;
+  const ListLock lock;
   ThreadAllocator* owner = block->owner;
-  {
-    const AllocatorLock lock(owner);
-    unlink(owner, block);
-  }
+  account(owner, -1, -block->size);
   add(owner->in_use, -block->size);
   std::free(block);
   release_if_empty(owner);
@@ -91,52 +143,79 @@ void free_orphaned(LargeBlock* block) {
 }  // namespace
 
 void* allocate_large(ThreadAllocator* allocator, uint64_t charge, bool aligned, bool zeroed) {
-  if (allocator->large_pending.load(std::memory_order_relaxed))
-    add(allocator->in_use, -release_pending_large(allocator));
+  if (allocator->large_pending.load(std::memory_order_relaxed)) release_pending_large(allocator);
   if (charge > system_allocation_limit) return nullptr;
-  auto* block = static_cast<LargeBlock*>(zeroed ? std::calloc(1, charge) : std::malloc(charge));
-  if (!block) return nullptr;
-  block->size = charge;
-  {
-    const AllocatorLock lock(allocator);
-    link(allocator, block);
+  LargeBlock* block = take_kept(allocator, charge);
+  if (block && zeroed) {
+    std::memset(static_cast<void*>(block), 0, charge);
+  } else if (!block) {
+    block = fresh_block(allocator, charge, zeroed);
   }
-  char* data = data_of(block, aligned);
-  if (aligned) reinterpret_cast<uint64_t*>(data)[-1] = kPaddingWord;
-  return data;
+  return block ? enter(allocator, block, charge, aligned) : nullptr;
 }
 
 void* resize_large(ThreadAllocator* allocator, LargeBlock* block, uint64_t charge, bool aligned) {
   if (charge > system_allocation_limit) return nullptr;
-  const AllocatorLock lock(allocator);
-  unlink(allocator, block);
-  auto* moved = static_cast<LargeBlock*>(std::realloc(block, charge));
-  if (moved) {
-    moved->size = charge;
-    link(allocator, moved);
-    return data_of(moved, aligned);
+  const uint64_t old_charge = block->size;
+  LargeBlock* resized = block;
+  if (charge > old_charge && !guard::watching() && capacity_of(block) >= charge) {
+    // It was given room when it grew before.
+  } else if (LargeBlock* kept = take_kept(allocator, charge)) {
+    std::memcpy(static_cast<void*>(kept), block, std::min(charge, old_charge));
+    keep(allocator, block);
+    resized = kept;
+  } else {
+    const uint64_t room = charge > old_charge && !guard::watching() ? charge / 8 : 0;
+    void* moved = std::realloc(block, charge + room);
+    if (!moved && room) moved = std::realloc(block, charge);
+    if (!moved) return nullptr;
+    ask_for_huge_pages(moved, charge);
+    resized = static_cast<LargeBlock*>(moved);
   }
-  link(allocator, block);
-  return nullptr;
+  account(allocator, -1, -old_charge);
+  return enter(allocator, resized, charge, aligned);
 }
 
 void free_large(ThreadAllocator* allocator, LargeBlock* block) {
   if (block->owner == allocator) {
-    free_own(allocator, block);
+    account(allocator, -1, -block->size);
+    add(allocator->in_use, -block->size);
+    keep(allocator, block);
+    if (allocator->large_pending.load(std::memory_order_relaxed)) release_pending_large(allocator);
   } else if (!push_pending(block)) {
     free_orphaned(block);
   }
 }
 
-uint64_t release_pending_large(ThreadAllocator* allocator) {
-  uint64_t bytes = 0;
-  LargeBlock* pending;
-  {
-    const AllocatorLock lock(allocator);
-    pending = take_pending(allocator, bytes);
+void release_pending_large(ThreadAllocator* allocator) {
+  for (LargeBlock* block = take_pending(allocator); block;) {
+    LargeBlock* next = block->next;
+    account(allocator, -1, -block->size);
+    add(allocator->in_use, -block->size);
+    keep(allocator, block);
+    block = next;
   }
-  free_chain(pending);
-  return bytes;
+}
+
+void set_aside_large(ThreadAllocator* allocator) {
+  for (LargeBlock* block = take_pending(allocator); block;) {
+    LargeBlock* next = block->next;
+    allocator->aside_large_bytes.fetch_add(block->size, std::memory_order_relaxed);
+    allocator->aside_large_blocks.fetch_add(1, std::memory_order_relaxed);
+    std::free(block);
+    block = next;
+  }
+}
+
+void settle_large(ThreadAllocator* allocator) {
+  const uint64_t bytes = allocator->aside_large_bytes.exchange(0, std::memory_order_relaxed);
+  const uint64_t blocks = allocator->aside_large_blocks.exchange(0, std::memory_order_relaxed);
+  account(allocator, -int64_t(blocks), -bytes);
+  add(allocator->in_use, -bytes);
+}
+
+void release_kept(ThreadAllocator* allocator) {
+  while (allocator->kept.filled) evict_one(allocator->kept);
 }
 
 }  // namespace zenthar::memory

@@ -194,13 +194,14 @@ void release_this_allocator() {
     close_remote(&size_class);
     release_empty_slabs(&size_class);
   }
-  add(allocator->in_use, -release_pending_large(allocator));
-  add(allocator->in_use, -allocator->aside_large_bytes.exchange(0, std::memory_order_relaxed));
+  release_pending_large(allocator);
+  settle_large(allocator);
+  release_kept(allocator);
   release_if_empty(allocator);
 }
 
 void release_if_empty(ThreadAllocator* allocator) {
-  if (allocator->slabs || allocator->large) return;
+  if (allocator->slabs || allocator->large_blocks) return;
   AllocatorList list = allocator_list.load(std::memory_order_relaxed);
   (allocator->previous ? allocator->previous->next : list->head) = allocator->next;
   if (allocator->next) allocator->next->previous = allocator->previous;

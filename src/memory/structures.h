@@ -80,12 +80,23 @@ static_assert(offsetof(SizeClass, remote) == 64);
 
 struct LargeBlock {
   LargeBlock* self;
-  LargeBlock* previous;  // neighbours in the allocator's list, guarded by its mutex
-  LargeBlock* next;
+  LargeBlock* previous;  // not used: null
+  LargeBlock* next;      // while pending, the next of the pending blocks
   ThreadAllocator* owner;
   uint64_t size;  // charged bytes, header included
 };
 static_assert(sizeof(LargeBlock) == kLargeHeader);
+
+// Freed large blocks that their owner keeps at hand, in bins of capacity, four to a doubling. While kept, a
+// block's `size` is its capacity and `next` the block of the bin that was freed before it.
+struct KeptBlocks {
+  static constexpr uint32_t kBins = 48;
+
+  uint64_t filled;  // a bit for each bin that is not empty
+  uint64_t bytes;   // of all capacities
+  uint32_t evict;   // the bin that gives up its last block next
+  LargeBlock* bins[kBins];
+};
 
 using Account = std::atomic<uint64_t>;
 
@@ -100,8 +111,7 @@ struct st_ThreadAllocator {
   zenthar::memory::SizeClass classes[zenthar::memory::kClassCount + 1];
   st_ThreadAllocator* previous;
   st_ThreadAllocator* next;
-  zenthar::memory::LargeBlock* large;          // guarded by `mutex`
-  zenthar::memory::LargeBlock* pending_large;  // freed by other threads, linked through their data; guarded
+  zenthar::memory::LargeBlock* pending_large;  // freed by other threads; guarded by `mutex`
   const uint8_t* class_of_size;
   KMutex mutex;
   uint64_t largest_class;
@@ -114,12 +124,15 @@ struct st_ThreadAllocator {
   uint64_t thread;
   uint8_t main;
   std::atomic<uint8_t> orphaned;
-  std::atomic<uint8_t> large_pending;    // a hint that `pending_large` is not empty
-  uint64_t slabs;                        // owned, of all classes
-  zenthar::memory::Account large_bytes;  // of the large blocks; guarded by `mutex`
+  std::atomic<uint8_t> large_pending;  // a hint that `pending_large` is not empty
+  uint64_t slabs;                      // owned, of all classes
+  uint64_t large_blocks;               // alive, and the bytes they are charged
+  zenthar::memory::Account large_bytes;
   // What CompactifyMemory() freed on the owner's behalf and the owner has not yet taken out of `in_use`.
   zenthar::memory::Account aside_bytes;        // in the `aside` lists
   zenthar::memory::Account aside_large_bytes;  // of large blocks
+  zenthar::memory::Account aside_large_blocks;
+  zenthar::memory::KeptBlocks kept;
   // Per class: not 0 when `remote` or `aside` wants the owner's attention.
   alignas(64) std::atomic<uint8_t> remote_pending[zenthar::memory::kClassCount + 1];
 };
