@@ -40,9 +40,7 @@ struct Times {
     return multiply(a, b, checks);
   }
   ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return a * b; }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) {
-    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-  }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) { return multiply(a, b); }
   ZENTHAR_KERNEL static mcomplex value(mreal a, mcomplex b) { return {a * b.re, a * b.im}; }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mreal b) { return {a.re * b, a.im * b}; }
 };

@@ -14,7 +14,9 @@
 //
 // The scalar functions, the kernels of the records and the vector loops are generated from this. The loops
 // are compiled once per processor target, so everything here lives in a namespace named by the target, and
-// nothing here may instantiate functions of the standard library: they would be shared between targets.
+// nothing here may instantiate functions of the standard library: they would be shared between targets. All
+// targets give the same bits: products of complexes go through multiply() or product() of numbers.h, see
+// there.
 #ifndef ZENTHAR_KERNELS_OPERATIONS_OPERATION_H
 #define ZENTHAR_KERNELS_OPERATIONS_OPERATION_H
 
@@ -31,9 +33,9 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-// How an element failed: the error code, and kRaised where the scalar function raises it. The other failures
-// are found from the arguments, and the scalar function answers them with status 1. As wide as an element, so
-// that a loop's failures add up in the registers its elements are in.
+// How an element failed: the error code, and kRaised where the scalar function raises it. The other
+// failures are found from the arguments, and the scalar function answers them with status 1. As wide as an
+// element, so that a loop's failures add up in the registers its elements are in.
 enum class Failure : int64_t {
   kNone = 0,
   kOverflow = 1,

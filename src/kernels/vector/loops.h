@@ -159,6 +159,7 @@ struct MakeVectorFunction {
   }
 };
 
+extern const VectorTables kVectorTables;
 extern const UnaryVectorRow kUnaryInteger, kUnaryReal, kUnaryComplex;
 extern const BinaryVectorRow kBinaryInteger, kBinaryReal, kBinaryComplex;
 extern const TernaryVectorRow kTernaryInteger, kTernaryReal, kTernaryComplex;

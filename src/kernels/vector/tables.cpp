@@ -1,6 +1,5 @@
 // The table of a target's vector functions.
 #include "kernels/vector/loops.h"
-#include "kernels/vector/targets.h"
 
 namespace zenthar::ZENTHAR_TARGET {
 
