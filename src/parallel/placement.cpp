@@ -18,7 +18,9 @@ void Place::put_back() {
   sched_setaffinity(0, sizeof affinity_, &affinity_);
 }
 
-bool Place::read_affinity() { return sched_getaffinity(thread_, sizeof affinity_, &affinity_) == 0; }
+bool Place::read_affinity() {
+  return moved_ || sched_getaffinity(thread_, sizeof affinity_, &affinity_) == 0;
+}
 
 void Place::move_to(int target) {
   cpu_set_t only;

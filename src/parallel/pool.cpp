@@ -84,36 +84,52 @@ void Worker::serve() {
   pool_of_worker = &pool();
   place.settle_in();
   call_start_hooks(this);
-  bool may_spin = true;
-  while (await_work(may_spin)) {
+  while (await_work()) {
     do run_body();
-    while (pool().feed.next(range));
-    const bool woke_owner = come_back();
-    // The owner may want the very processor this worker is on.
-    may_spin = !woke_owner || pool().number_of_threads < pool().processors;
+    while (pool().feed.next(range) || take_over());
+    place.leave_note();
+    come_back();
   }
 }
 
-bool Worker::await_work(bool may_spin) {
-  if (!may_spin || !spin_for_work()) {
-    KMutexLock(wake_mutex);
-    asleep.store(1);
-    while (shared(go).load() == 0) KConditionWait(wake_condition, wake_mutex);
-    asleep.store(0);
-    KMutexUnlock(wake_mutex);
-    place.put_back();
+bool Worker::await_work() {
+  while (!spin_for_work() && !sleep_for_work()) {
   }
-  const bool goes_on = shared(run).load(std::memory_order_relaxed) != 0;
-  shared(go).store(0, std::memory_order_relaxed);
-  return goes_on;
+  return shared(run).load(std::memory_order_relaxed) != 0;
+}
+
+bool Worker::take_go() { return shared(go).load() != 0 && shared(go).exchange(0) != 0; }
+
+// A sleeping owner may wake on the processor where it fell asleep, so nobody spins there.
+bool Worker::is_in_the_way() const {
+  return pool().attending.load() == 0 &&
+         place.processor() == pool().owner_processor.load(std::memory_order_relaxed);
 }
 
 bool Worker::spin_for_work() {
+  if (is_in_the_way()) return false;
   std::atomic<int32_t>& spinners = pool().spinners;
   bool found = false;
   if (spinners.fetch_add(1, std::memory_order_relaxed) < pool().most_spinners)
-    found = spin_until([this] { return shared(go).load(std::memory_order_acquire) != 0; }, kIdleSpin);
+    found = spin_until([this] { return take_go(); }, kIdleSpin);
   spinners.fetch_sub(1, std::memory_order_relaxed);
+  return found;
+}
+
+// Sleeps until it is woken; false when it was for a piece that somebody else has taken by then. The worker is
+// awake now, and may as well spin a while for the next.
+bool Worker::sleep_for_work() {
+  KMutexLock(wake_mutex);
+  asleep.store(1);
+  bool found = take_go();
+  if (!found) {
+    KConditionWait(wake_condition, wake_mutex);
+    found = take_go();
+  }
+  asleep.store(0);
+  place.put_back();
+  place.leave_note();
+  KMutexUnlock(wake_mutex);
   return found;
 }
 
@@ -129,20 +145,29 @@ void Worker::run_body() {
   }
 }
 
-bool Worker::come_back() {
+bool Worker::take_over() {
   Pool& home = pool();
-  place.leave_note();
+  if (!home.takes_over) return false;
+  for (mint i = 0; i < home.number_of_threads; ++i) {
+    Worker& other = home.worker(i);
+    if (!other.take_go()) continue;
+    range = other.range;
+    other.come_back();
+    return true;
+  }
+  return false;
+}
+
+void Worker::come_back() {
+  Pool& home = pool();
   returned.store(1);
-  if (home.attending.load() != 0) return false;
+  if (home.attending.load() != 0) return;
   KMutexLock(home.pool_mutex);
-  bool last = false;
   if (returned.exchange(0) != 0) {
     home.push_idle(*this);
-    last = home.active == 0;
-    if (last) KConditionSignal(home.pool_condition);
+    if (home.active == 0) KConditionSignal(home.pool_condition);
   }
   KMutexUnlock(home.pool_mutex);
-  return last;
 }
 
 // ------------------------------------------------------------------------------------------- hand-over
@@ -207,36 +232,43 @@ void Pool::collect() {
   KMutexUnlock(pool_mutex);
 }
 
-void Pool::post(Worker& worker, Placement& placement) {
-  if (worker.asleep.load() != 0)
-    placement.place(worker.place);
-  else
+bool Pool::post(Worker& worker, Placement& placement) {
+  if (worker.asleep.load(std::memory_order_relaxed) == 0) {
     placement.note_awake(worker.place);
-  shared(worker.go).store(1);
-  if (worker.asleep.load() == 0) return;
-  KMutexLock(worker.wake_mutex);
+    shared(worker.go).store(1);
+    if (worker.asleep.load() == 0) return true;
+    KMutexLock(worker.wake_mutex);
+  } else {
+    KMutexLock(worker.wake_mutex);
+    if (worker.asleep.load(std::memory_order_relaxed) != 0) placement.place(worker.place);
+    shared(worker.go).store(1);
+  }
   KConditionSignal(worker.wake_condition);
   KMutexUnlock(worker.wake_mutex);
+  return false;
 }
 
 // Whether the workers at work finish the loop within the time that it would take to wake this one.
-bool Pool::finishes_without(const Worker& worker) {
-  if (active == 0 || worker.asleep.load(std::memory_order_relaxed) == 0 || !owner_may_spin()) return false;
+bool Pool::finishes_without(const Worker& sleeper) {
+  if (sleeper.asleep.load(std::memory_order_relaxed) == 0 || !owner_may_spin()) return false;
   spin_until([this] { return any_returned(); }, kGrace);
   return feed.empty();
 }
 
 void Pool::run_pieces(const Pieces& pieces, ParallelBody body, void* data) {
   feed.open(pieces);
-  // Once every worker is at work, they feed themselves.
+  takes_over = true;
   Placement placement(processors);
+  bool some_were_awake = false;
+  // Once every worker is at work, they feed themselves.
   while (idle) {
     bring_readiest_forward(placement.own_processor());
     auto& first = *static_cast<Worker*>(idle);
-    if (finishes_without(first) || !feed.next(first.range)) break;
+    if (some_were_awake && finishes_without(first)) break;
+    if (!feed.next(first.range)) break;
     first.range.body = body;
     first.range.data = data;
-    post(*pop_idle(), placement);
+    some_were_awake |= post(*pop_idle(), placement);
     collect();
   }
   await_completion();
@@ -253,6 +285,7 @@ void Pool::await_completion() {
   }
   KMutexLock(pool_mutex);
   if (active > 0) {
+    owner_processor.store(sched_getcpu(), std::memory_order_relaxed);
     attending.store(0);
     collect_locked();
     while (active > 0) KConditionWait(pool_condition, pool_mutex);

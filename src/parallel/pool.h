@@ -5,6 +5,10 @@
 // owner posts one to each idle worker, and a worker that has finished its piece takes the next by itself
 // until the feed is empty; only then does it *return*.
 //
+// A piece that was posted to a worker which has not begun yet may be taken over by one that has nothing left
+// to do, so that a loop never waits for a worker to be given a processor. (Reductions and iterations give
+// each worker its own.) Whoever sets `go` from 1 to 0 has the piece.
+//
 // The hand-over has two paths. The records' mutexes and conditions are the one that blocks. In front of it
 // lie three words: a worker that is still spinning sees `go` without being woken; one that returns only sets
 // `returned` while the owner is *attending*, that is, awake, and the owner itself puts it back on the idle
@@ -13,7 +17,8 @@
 //
 // Who may spin. A spinner must not sit on a processor that somebody needs who has work: nobody spins when
 // there are more threads than processors, at most all processors but one hold idle spinning workers (the one
-// is the owner's), and the owner spins only while fewer workers are at work than there are processors.
+// is the owner's), none of them where the owner sleeps, and the owner spins only while fewer workers are at
+// work than there are processors.
 #ifndef ZENTHAR_PARALLEL_POOL_H
 #define ZENTHAR_PARALLEL_POOL_H
 
@@ -44,10 +49,14 @@ struct alignas(kLine) Worker : st_ParallelThread {
   void serve();  // the worker's life, on its own thread
 
  private:
-  bool await_work(bool may_spin);  // false: the worker is to end
+  bool await_work();  // false: the worker is to end
   bool spin_for_work();
+  bool sleep_for_work();
+  bool take_go();
+  bool is_in_the_way() const;
   void run_body();
-  bool come_back();  // says whether the owner had to be woken
+  bool take_over();
+  void come_back();
 };
 
 // The pieces of a loop, for whoever is ready for one.
@@ -83,12 +92,14 @@ struct alignas(kLine) Pool : st_ParallelThreadsEnvironment {
 
   // Read by all, written seldom.
   alignas(kLine) std::atomic<int32_t> attending{1};  // the owner is awake and looks after returned workers
+  std::atomic<int32_t> owner_processor{-1};          // where the owner fell asleep
   int32_t processors = 1;                            // that the process may use
   int32_t most_spinners = 0;                         // idle workers that may spin at once
 
   Feed feed;
   alignas(kLine) std::atomic<int32_t> spinners{0};
 
+  bool takes_over = false;     // posted pieces may be taken over; written while no worker is at work
   std::exception_ptr failure;  // first exception to leave a body of this loop; guarded by the pool mutex
   st_ParallelThread caller_record{};
   st_ParallelThreadRange caller_range{};
@@ -127,8 +138,8 @@ struct alignas(kLine) Pool : st_ParallelThreadsEnvironment {
   bool any_returned();
   void collect();
   void collect_locked();
-  void post(Worker& worker, Placement& placement);
-  bool finishes_without(const Worker& worker);
+  bool post(Worker& worker, Placement& placement);  // says whether it was awake
+  bool finishes_without(const Worker& sleeper);
   void await_completion();
 };
 
@@ -169,6 +180,7 @@ void Pool::run_on_each(Assign assign) {
   active = number_of_threads;
   idle = nullptr;
   KMutexUnlock(pool_mutex);
+  takes_over = false;
   Placement placement(processors);
   for (mint i = 0; next; ++i) {
     Worker& taken = *static_cast<Worker*>(next);

@@ -6,9 +6,10 @@
 
 #include "array/array.h"
 #include "errors/errors.h"
-#include "kernels/dispatch/thresholds.h"
 #include "hashing/hashing.h"
+#include "kernels/dispatch/thresholds.h"
 #include "memory/allocator.h"
+#include "parallel/module.h"
 #include "zenthar/threads.h"
 
 namespace {
@@ -21,6 +22,7 @@ constexpr StartHook kStartHooks[] = {
     zenthar::memory_initialize,
     zenthar::hashing_initialize,
     zenthar::array_initialize,
+    zenthar::parallel_initialize,
     zenthar::vector_thresholds_initialize,
     zenthar::permanent_array_initialize,
     zenthar::abort_flags_initialize,
@@ -29,6 +31,7 @@ constexpr StartHook kStartHooks[] = {
 // Run at every tear-down.
 constexpr EndHook kEndHooks[] = {
     zenthar::array_tear_down,
+    zenthar::parallel_tear_down,
 };
 
 // Run after these at a full tear-down: the foundations.
@@ -47,8 +50,7 @@ void InitializeRuntimeLibrary(void) { InitRuntimeLibrary(0); }
 
 void ZentharRTL_initialize(void) { InitializeRuntimeLibrary(); }
 
-// No module has settings to take over again.
-void ReinitializeRuntimeLibrary(void) {}
+void ReinitializeRuntimeLibrary(void) { zenthar::parallel_reinitialize(); }
 
 void DeinitializeRuntimeLibrary(int32_t full) {
   for (EndHook hook : kEndHooks) hook();
