@@ -16,6 +16,12 @@
 
 namespace {
 
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr int kThoroughness = 1;  // every access is slow then
+#else
+constexpr int kThoroughness = 8;
+#endif
+
 uintptr_t address(const void* p) { return reinterpret_cast<uintptr_t>(p); }
 
 // Runs a function in a thread that the library did not start, and waits for it.
@@ -265,7 +271,7 @@ class Zoo {
 TEST(MemoryLife, LongRandomSequencesKeepEveryByteAndCount) {
   const uint64_t before = MemoryInUse();
   Zoo zoo(1);
-  for (int i = 0; i < 200000 && !HasFatalFailure(); ++i) zoo.step();
+  for (int i = 0; i < 25000 * kThoroughness && !HasFatalFailure(); ++i) zoo.step();
   zoo.clear();
   EXPECT_EQ(MemoryInUse(), before);
 }
@@ -276,7 +282,7 @@ TEST(MemoryLife, ThreadsLiveSideBySide) {
     threads.emplace_back([t] {
       const uint64_t before = MemoryInUse();
       Zoo zoo(uint64_t(t) + 10);
-      for (int i = 0; i < 30000 && !HasFatalFailure(); ++i) zoo.step();
+      for (int i = 0; i < 4000 * kThoroughness && !HasFatalFailure(); ++i) zoo.step();
       zoo.clear();
       EXPECT_EQ(MemoryInUse(), before);
     });
@@ -394,6 +400,32 @@ TEST(MemoryFailureDeathTest, ModeZeroEndsTheProcessWithTheMessage) {
       "\nNo more memory available.\nQuantivorex kernel has shut down.\n"
       "Try quitting other applications and then retry.\n");
 }
+
+#if defined(__SANITIZE_ADDRESS__)
+TEST(MemoryGuardDeathTest, TheSanitizerSeesMisuseOfBlocks) {
+  for (size_t size : {size_t{8}, size_t{20}, size_t{1024}, size_t{2000}, size_t{65528}}) {
+    volatile char* p = static_cast<char*>(zalloc(size, 0, 0));
+    auto freed = [p] { zfree(const_cast<char*>(p)); };
+    EXPECT_DEATH(p[size] = 1, "AddressSanitizer: use-after-poison") << size;
+    EXPECT_DEATH(p[-1] = 1, "AddressSanitizer: use-after-poison") << size;
+    EXPECT_DEATH(
+        {
+          freed();
+          p[size - 1] = 1;
+        },
+        "AddressSanitizer: use-after-poison")
+        << size;
+    EXPECT_DEATH(
+        {
+          freed();
+          freed();
+        },
+        "AddressSanitizer: use-after-poison")
+        << size;
+    freed();
+  }
+}
+#endif
 
 // --- Blocks that cross threads
 
@@ -524,8 +556,8 @@ TEST(MemoryThreads, ExchangeUnderCompactionAndStatistics) {
   for (uint64_t t = 0; t < 3; ++t)
     threads.emplace_back([&, t] {
       for (uint64_t generation = 0; generation < 8; ++generation)
-        in_thread([&] { work(t * 100 + generation, 4000); });
-      work(t + 1000, 4000);
+        in_thread([&] { work(t * 100 + generation, 500 * kThoroughness); });
+      work(t + 1000, 500 * kThoroughness);
     });
   for (auto& thread : threads) thread.join();
   stop = true;

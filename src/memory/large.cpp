@@ -96,6 +96,11 @@ LargeBlock* take_kept(ThreadAllocator* owner, uint64_t charge) {
   return remove_kept(kept, bin, &kept.bins[bin]);
 }
 
+// What malloc may be asked for.
+bool obtainable(uint64_t charge) {
+  return charge <= system_allocation_limit && charge <= uint64_t{PTRDIFF_MAX};
+}
+
 LargeBlock* fresh_block(ThreadAllocator* owner, uint64_t charge, bool zeroed) {
   void* memory = zeroed ? std::calloc(1, charge) : std::malloc(charge);
   if (!memory && owner->kept.filled) {
@@ -144,7 +149,7 @@ void free_orphaned(LargeBlock* block) {
 
 void* allocate_large(ThreadAllocator* allocator, uint64_t charge, bool aligned, bool zeroed) {
   if (allocator->large_pending.load(std::memory_order_relaxed)) release_pending_large(allocator);
-  if (charge > system_allocation_limit) return nullptr;
+  if (!obtainable(charge)) return nullptr;
   LargeBlock* block = take_kept(allocator, charge);
   if (block && zeroed) {
     std::memset(static_cast<void*>(block), 0, charge);
@@ -155,7 +160,7 @@ void* allocate_large(ThreadAllocator* allocator, uint64_t charge, bool aligned, 
 }
 
 void* resize_large(ThreadAllocator* allocator, LargeBlock* block, uint64_t charge, bool aligned) {
-  if (charge > system_allocation_limit) return nullptr;
+  if (!obtainable(charge)) return nullptr;
   const uint64_t old_charge = block->size;
   LargeBlock* resized = block;
   if (charge > old_charge && !guard::watching() && capacity_of(block) >= charge) {

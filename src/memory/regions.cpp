@@ -106,7 +106,7 @@ Region* new_region() {
   auto* region = reinterpret_cast<Region*>(memory);
   region->free_chunks = kAllChunks;
   guard::map_region(memory, kRegionSize);
-  guard::close(memory + kChunkSize, kRegionSize - kChunkSize);
+  guard::close(memory + sizeof(Region), kRegionSize - sizeof(Region));
   mark_region(region, true);
   list_region(region);
   ++region_count;
