@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -23,7 +24,15 @@ uint64_t physical_memory() { return uint64_t(sysconf(_SC_PHYS_PAGES)) * uint64_t
 
 // Bytes in use as they are after what has been freed on the owner's behalf.
 uint64_t figure_in_use(const ThreadAllocator* a) {
-  return get(a->in_use) - get(a->aside_bytes) - get(a->aside_large_bytes);
+  return get(a->in_use) + get(a->interrupt_bytes) - get(a->aside_bytes) - get(a->aside_large_bytes);
+}
+
+uint64_t figure_mark(const ThreadAllocator* a) {
+  const uint64_t mark = get(a->mark);
+  const uint64_t in_use = get(a->in_use);
+  const bool untouched =
+      mark == 0 && in_use == sizeof(ThreadAllocator);  // the mark begins with the first request
+  return untouched ? 0 : std::max(mark, in_use);
 }
 
 uint64_t figure_large(const ThreadAllocator* a) { return get(a->large_bytes) - get(a->aside_large_bytes); }
@@ -31,7 +40,8 @@ uint64_t figure_large(const ThreadAllocator* a) { return get(a->large_bytes) - g
 // What the slabs hold beyond the blocks in use. The accounts are read one after the other while the owner may
 // be at work, so the difference can be off by what changed between, and below 0.
 uint64_t figure_free_in_slabs(const ThreadAllocator* a) {
-  const uint64_t in_blocks = figure_in_use(a) - sizeof(ThreadAllocator) - figure_large(a);
+  const uint64_t in_blocks =
+      figure_in_use(a) - get(a->interrupt_bytes) - sizeof(ThreadAllocator) - figure_large(a);
   const auto free_bytes = int64_t(get(a->slab_bytes) - in_blocks);
   return free_bytes > 0 ? uint64_t(free_bytes) : 0;
 }
@@ -41,7 +51,7 @@ uint64_t figure(const ThreadAllocator* a, int32_t kind) {
     case 0:
       return figure_in_use(a);
     case 1:
-      return get(a->mark);
+      return figure_mark(a);
     case 2:
       return figure_free_in_slabs(a);
     case 3:
@@ -62,9 +72,9 @@ ThreadAllocator* settled() {
 void interrupt_with(ThreadAllocator* a, uint64_t bytes) {
   auto* interrupt = GetAllocatorList()->interrupt;
   if (!interrupt) return;
-  memory::add(a->in_use, bytes);
+  memory::add(a->interrupt_bytes, bytes);
   interrupt();
-  memory::add(a->in_use, -bytes);
+  memory::add(a->interrupt_bytes, -bytes);
 }
 
 }  // namespace
@@ -82,7 +92,7 @@ bool zenthar::memory::within_limit(ThreadAllocator* allocator, uint64_t bytes) {
   if (!limit) return true;
   settle(allocator);
   uint64_t raised;
-  if (!__builtin_add_overflow(get(allocator->in_use), bytes, &raised) && raised <= limit) return true;
+  if (!__builtin_add_overflow(figure_in_use(allocator), bytes, &raised) && raised <= limit) return true;
   interrupt_with(allocator, bytes);
   return false;
 }
@@ -91,7 +101,7 @@ void zenthar::report_failed_request(uint64_t size) {
   ThreadAllocator* a = settled();
   const uint64_t limit = get(a->limit);
   if (!limit) return;
-  const uint64_t in_use = get(a->in_use);
+  const uint64_t in_use = figure_in_use(a);
   const uint64_t raised = in_use + size < in_use ? ~uint64_t{0} : in_use + size;
   if (raised > limit) interrupt_with(a, raised - in_use);
 }
@@ -102,18 +112,18 @@ void zenthar::memory_initialize(int32_t phase) {
   system_allocation_limit = ~uint64_t{0};
 }
 
-uint64_t MemoryInUse(void) { return get(settled()->in_use); }
+uint64_t MemoryInUse(void) { return figure_in_use(settled()); }
 
-uint64_t MCinuse(void) { return get(settled()->in_use); }
+uint64_t MCinuse(void) { return MemoryInUse(); }
 
-uint64_t MaxMemoryUsed(void) { return get(memory::this_allocator()->mark); }
+uint64_t MaxMemoryUsed(void) { return figure_mark(memory::this_allocator()); }
 
 uint64_t MCliminuse(void) { return get(memory::this_allocator()->limit); }
 
 void MCsetlimit(uint64_t limit) {
   ThreadAllocator* a = memory::this_allocator();
   memory::set(a->limit, limit);
-  memory::update_ceiling(a);
+  a->ceiling = limit ? limit : ~uint64_t{0};
 }
 
 struct st_MaxMemoryNode {
@@ -126,19 +136,17 @@ void MaxMemoryListPush(MaxMemoryList* list) {
   auto* node = static_cast<MaxMemoryList>(zalloc(sizeof(st_MaxMemoryNode), 0, 0));
   if (!node) return;
   ThreadAllocator* a = settled();
-  *node = {get(a->mark), *list};
+  *node = {figure_mark(a), *list};
   *list = node;
   memory::set(a->mark, get(a->in_use));
-  memory::update_ceiling(a);
 }
 
 uint64_t MaxMemoryListPop(MaxMemoryList* list) {
   ThreadAllocator* a = memory::this_allocator();
-  const uint64_t mark = get(a->mark);
+  const uint64_t mark = figure_mark(a);
   MaxMemoryList node = *list;
   if (!node) return mark;
   memory::set(a->mark, std::max(mark, node->saved_mark));
-  memory::update_ceiling(a);
   *list = node->next;
   zfree(node);
   return mark;

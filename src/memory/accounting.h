@@ -1,8 +1,6 @@
 // Accounts of an allocator: bytes in use, high-water mark, soft limit.
 #pragma once
 
-#include <algorithm>
-
 #include "memory/structures.h"
 
 namespace zenthar::memory {
@@ -10,19 +8,15 @@ namespace zenthar::memory {
 // Takes what others freed on the owner's behalf out of the accounts.
 void settle(ThreadAllocator* allocator);
 
-inline void update_ceiling(ThreadAllocator* allocator) {
-  const uint64_t limit = get(allocator->limit);
-  const uint64_t mark = get(allocator->mark);
-  allocator->ceiling = limit ? std::min(limit, mark) : mark;
-}
+// The mark rises when the bytes in use are about to fall, which is when they were highest; until then the
+// bytes in use themselves may be higher. So taking a block need not look at it.
+inline void charge(ThreadAllocator* allocator, uint64_t bytes) { add(allocator->in_use, bytes); }
 
-inline void charge(ThreadAllocator* allocator, uint64_t bytes) {
-  const uint64_t in_use = get(allocator->in_use) + bytes;
-  set(allocator->in_use, in_use);
-  if (in_use > get(allocator->mark)) {
+[[gnu::always_inline]] inline void discharge(ThreadAllocator* allocator, uint64_t bytes) {
+  const uint64_t in_use = get(allocator->in_use);
+  if (in_use > get(allocator->mark)) [[unlikely]]
     set(allocator->mark, in_use);
-    update_ceiling(allocator);
-  }
+  set(allocator->in_use, in_use - bytes);
 }
 
 // Whether a request stays below the soft limit. If not, the interrupt function has been called.

@@ -60,35 +60,26 @@ ZENTHAR_INLINE void write_header(Block* block, const Slab* slab) {
   *reinterpret_cast<uint64_t*>(block) = reinterpret_cast<uintptr_t>(slab) | kSlabMark;
 }
 
-// Charges a request of a class, if nothing wants a second thought first.
-ZENTHAR_INLINE bool charge_fast(ThreadAllocator* allocator, const SizeClass* size_class, uint64_t* in_use) {
-  *in_use = get(allocator->in_use) + size_class->block_size;
-  if (*in_use <= allocator->ceiling) [[likely]]
-    return true;
-  if (get(allocator->limit)) return false;
-  set(allocator->mark, *in_use);
-  allocator->ceiling = *in_use;
-  return true;
-}
-
-// Takes a block that is at hand, or from the front slab of the class. The link of a block with a header
-// follows it.
+// Takes a block that is at hand, or from the front slab of the class; null when something wants a second
+// thought. A block with a header is linked through the word after it.
 template <bool kHeader>
 ZENTHAR_INLINE Block* take_fast(ThreadAllocator* allocator, size_t index) {
   SizeClass* size_class = &allocator->classes[index];
-  Block* recent = size_class->recent;
-  Slab* slab = size_class->available;
-  Block* block = recent ? recent : slab->free;
-  uint64_t in_use;
-  if (!block || allocator->remote_pending[index].load(std::memory_order_relaxed) ||
-      !charge_fast(allocator, size_class, &in_use)) [[unlikely]]
+  const uint64_t in_use = get(allocator->in_use) + size_class->block_size;
+  if (in_use > allocator->ceiling || allocator->remote_pending[index].load(std::memory_order_relaxed))
+      [[unlikely]]
     return nullptr;
-  set(allocator->in_use, in_use);
-  if (recent) {
+  if (Block* recent = size_class->recent) {
+    set(allocator->in_use, in_use);
     size_class->recent = recent->next;
     --size_class->recent_count;
     return kHeader ? recent - 1 : recent;
   }
+  Slab* slab = size_class->available;
+  Block* block = slab->free;
+  if (!block) [[unlikely]]
+    return nullptr;
+  set(allocator->in_use, in_use);
   slab->free = block->next;
   ++slab->used;
   if (kHeader) write_header(block, slab);
@@ -146,7 +137,7 @@ ZENTHAR_INLINE void* allocate(size_t size, int32_t aligned, int32_t failmode) {
 // Keeps a block of the calling thread at hand, or puts it on the free list of its slab.
 template <bool kHeader>
 ZENTHAR_INLINE void free_fast(ThreadAllocator* allocator, SizeClass* size_class, Slab* slab, Block* block) {
-  set(allocator->in_use, get(allocator->in_use) - size_class->block_size);
+  discharge(allocator, size_class->block_size);
   if (size_class->recent_count < size_class->recent_limit) [[likely]] {
     Block* link = kHeader ? block + 1 : block;
     link->next = size_class->recent;
@@ -273,7 +264,7 @@ void* reallocate_large(void* p, LargeBlock* block, const Request& request, size_
   if (!moved) return fail(size, failmode);
   (void)p;
   charge(allocator, request.rounded);
-  add(allocator->in_use, -old_size);
+  discharge(allocator, old_size);
   return moved;
 }
 

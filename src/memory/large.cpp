@@ -13,6 +13,7 @@
 #include <cstring>
 #include <utility>
 
+#include "memory/accounting.h"
 #include "memory/guard.h"
 #include "memory/lifecycle.h"
 
@@ -140,7 +141,7 @@ void free_orphaned(LargeBlock* block) {
   const ListLock lock;
   ThreadAllocator* owner = block->owner;
   account(owner, -1, -block->size);
-  add(owner->in_use, -block->size);
+  discharge(owner, block->size);
   std::free(block);
   release_if_empty(owner);
 }
@@ -184,7 +185,7 @@ void* resize_large(ThreadAllocator* allocator, LargeBlock* block, uint64_t charg
 void free_large(ThreadAllocator* allocator, LargeBlock* block) {
   if (block->owner == allocator) {
     account(allocator, -1, -block->size);
-    add(allocator->in_use, -block->size);
+    discharge(allocator, block->size);
     keep(allocator, block);
     if (allocator->large_pending.load(std::memory_order_relaxed)) release_pending_large(allocator);
   } else if (!push_pending(block)) {
@@ -196,7 +197,7 @@ void release_pending_large(ThreadAllocator* allocator) {
   for (LargeBlock* block = take_pending(allocator); block;) {
     LargeBlock* next = block->next;
     account(allocator, -1, -block->size);
-    add(allocator->in_use, -block->size);
+    discharge(allocator, block->size);
     keep(allocator, block);
     block = next;
   }
@@ -216,7 +217,7 @@ void settle_large(ThreadAllocator* allocator) {
   const uint64_t bytes = allocator->aside_large_bytes.exchange(0, std::memory_order_relaxed);
   const uint64_t blocks = allocator->aside_large_blocks.exchange(0, std::memory_order_relaxed);
   account(allocator, -int64_t(blocks), -bytes);
-  add(allocator->in_use, -bytes);
+  discharge(allocator, bytes);
 }
 
 void release_kept(ThreadAllocator* allocator) {

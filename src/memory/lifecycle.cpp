@@ -102,7 +102,8 @@ void initialise(ThreadAllocator* allocator) {
   set(allocator->in_use, sizeof(ThreadAllocator));
   set(allocator->mark, 0);
   set(allocator->limit, 0);
-  allocator->ceiling = 0;
+  set(allocator->interrupt_bytes, 0);
+  allocator->ceiling = ~uint64_t{0};
   allocator->thread = KThreadID();
   allocator->main = 0;
   allocator->orphaned.store(0, std::memory_order_relaxed);

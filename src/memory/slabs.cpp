@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "memory/accounting.h"
 #include "memory/guard.h"
 #include "memory/lifecycle.h"
 #include "memory/regions.h"
@@ -212,7 +213,7 @@ Block* take_block(SizeClass* size_class) {
 }
 
 void return_block(Slab* slab, Block* block) {
-  add(slab->size_class->owner->in_use, -uint64_t{slab->size_class->block_size});
+  discharge(slab->size_class->owner, slab->size_class->block_size);
   put_back(slab, block);
 }
 

@@ -117,9 +117,9 @@ struct st_ThreadAllocator {
   uint64_t largest_class;
   zenthar::memory::Account slab_bytes;  // capacity of all slabs; what of it is not in use is held free
   zenthar::memory::Account in_use;
-  zenthar::memory::Account mark;   // high-water mark
+  zenthar::memory::Account mark;   // high-water mark, brought up to date when `in_use` falls
   zenthar::memory::Account limit;  // 0 for none
-  uint64_t ceiling;                // the fast path stops to think above this: the mark, or the limit if lower
+  uint64_t ceiling;                // the fast path stops to think above this: the limit, or all ones
   uint64_t class_count;
   uint64_t thread;
   uint8_t main;
@@ -128,6 +128,7 @@ struct st_ThreadAllocator {
   uint64_t slabs;                      // owned, of all classes
   uint64_t large_blocks;               // alive, and the bytes they are charged
   zenthar::memory::Account large_bytes;
+  zenthar::memory::Account interrupt_bytes;  // of the request that the interrupt function is called about
   // What CompactifyMemory() freed on the owner's behalf and the owner has not yet taken out of `in_use`.
   zenthar::memory::Account aside_bytes;        // in the `aside` lists
   zenthar::memory::Account aside_large_bytes;  // of large blocks
