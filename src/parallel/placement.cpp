@@ -10,7 +10,10 @@ void Place::settle_in() {
   leave_note();
 }
 
-void Place::leave_note() { processor_.store(sched_getcpu(), std::memory_order_relaxed); }
+void Place::leave_note() {
+  const int here = sched_getcpu();
+  if (here != processor()) processor_.store(here, std::memory_order_relaxed);
+}
 
 void Place::put_back() {
   if (!moved_) return;

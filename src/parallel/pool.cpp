@@ -98,7 +98,12 @@ bool Worker::await_work() {
   return shared(run).load(std::memory_order_relaxed) != 0;
 }
 
-bool Worker::take_go() { return shared(go).load() != 0 && shared(go).exchange(0) != 0; }
+bool Worker::take_go() {
+  if (shared(go).load() == 0) return false;
+  __builtin_prefetch(&range);
+  pool().feed.fetch();
+  return shared(go).exchange(0) != 0;
+}
 
 // A sleeping owner may wake on the processor where it fell asleep, so nobody spins there.
 bool Worker::is_in_the_way() const {
@@ -163,7 +168,8 @@ void Worker::come_back() {
   returned.store(1);
   if (home.attending.load() != 0) return;
   KMutexLock(home.pool_mutex);
-  if (returned.exchange(0) != 0) {
+  if (returned.load(std::memory_order_relaxed) != 0) {
+    returned.store(0, std::memory_order_relaxed);
     home.push_idle(*this);
     if (home.active == 0) KConditionSignal(home.pool_condition);
   }
@@ -221,7 +227,9 @@ bool Pool::any_returned() {
 void Pool::collect_locked() {
   for (mint i = 0; i < number_of_threads; ++i) {
     Worker& candidate = worker(i);
-    if (candidate.returned.load() != 0 && candidate.returned.exchange(0) != 0) push_idle(candidate);
+    if (candidate.returned.load() == 0) continue;
+    candidate.returned.store(0, std::memory_order_relaxed);
+    push_idle(candidate);
   }
 }
 
@@ -428,6 +436,7 @@ Pool* PoolUse::claim(int32_t n, Which which, Pool*& fresh, Pool*& unfit) {
     pool = std::exchange(fresh, nullptr);
     the_pool = pool;
   }
+  pool->feed.fetch();
   KMutexLock(pool->state_mutex);
   const bool taken = pool->busy != 0;
   const bool fits = which == Which::kAsItIs || pool->requested == n;

@@ -38,10 +38,11 @@ inline constexpr size_t kLine =
 struct Pool;
 
 struct alignas(kLine) Worker : st_ParallelThread {
-  st_ParallelThreadRange range{};
-  alignas(kLine) std::atomic<int32_t> returned{0};  // finished, and not on the idle list yet
-  std::atomic<int32_t> asleep{0};                   // blocked, or about to be
-  Place place;
+  alignas(kLine) st_ParallelThreadRange range{};
+  alignas(kLine) std::atomic<int32_t> returned{
+      0};                          // finished, not on the idle list yet; cleared under the pool mutex
+  std::atomic<int32_t> asleep{0};  // blocked, or about to be
+  alignas(kLine) Place place;
 
   Worker(Pool& pool, mint index);
   Pool& pool() const;
@@ -69,6 +70,8 @@ class alignas(kLine) Feed {
   }
 
   bool empty() const { return !open_.load(std::memory_order_relaxed); }
+
+  void fetch() const { __builtin_prefetch(this, 1); }  // soon to be written
 
   bool next(st_ParallelThreadRange& range) {
     if (empty()) return false;

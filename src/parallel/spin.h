@@ -20,7 +20,7 @@ inline void pause() {
 template <class Ready>
 bool spin_until(Ready ready, std::chrono::nanoseconds limit) {
   using Clock = std::chrono::steady_clock;
-  constexpr int kLooksPerClock = 8;  // reading the clock costs about as much as a look
+  constexpr int kLooksPerClock = 16;  // reading the clock costs about as much as a look
   Clock::time_point deadline{};
   do {
     for (int i = 0; i < kLooksPerClock; ++i) {
