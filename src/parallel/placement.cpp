@@ -26,10 +26,14 @@ bool Place::read_affinity() {
 }
 
 void Place::move_to(int target) {
+  if (moved_ && processor() == target) return;
   cpu_set_t only;
   CPU_ZERO(&only);
   CPU_SET(target, &only);
-  moved_ = sched_setaffinity(thread_, sizeof only, &only) == 0;
+  if (sched_setaffinity(thread_, sizeof only, &only) != 0) return;
+  moved_ = true;
+  // A worker that has not come to run by the next loop keeps its turn there.
+  processor_.store(target, std::memory_order_relaxed);
 }
 
 Placement::Placement(int processors) : own_(sched_getcpu()), left_(processors) {
@@ -47,12 +51,9 @@ void Placement::place(Place& place) {
   if (left_ <= 0) return;  // more workers than processors: the scheduler's affair
   const bool own_is_left = --left_ == 0;
   const int there = place.processor();
-  if (own_is_left ? there == own_ : !taken(there)) {
-    take(there);
-    return;
-  }
+  if (own_is_left && there == own_) return;
   if (!place.read_affinity()) return;
-  const int target = own_is_left ? own_ : first_free(place);
+  const int target = own_is_left ? own_ : taken(there) ? first_free(place) : there;
   if (target >= CPU_SETSIZE || !place.allows(target)) return;
   place.move_to(target);
   take(target);

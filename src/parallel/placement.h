@@ -1,10 +1,10 @@
 // Which processor a worker wakes on.
 //
-// A sleeping worker wakes where it last ran, or where its waker runs. On a virtual machine the scheduler
-// takes a halted processor for one that is not available, so after a rest all workers may end up on the
-// owner's processor and take turns there until the load is balanced, milliseconds later. So the owner gives
-// each worker that it wakes a processor that is not taken yet, its own one last, by narrowing the worker's
-// affinity for the moment of waking; the worker puts its affinity back as soon as it runs.
+// A sleeping worker wakes where it last ran, or where its waker runs, as the scheduler sees fit. On a virtual
+// machine it takes a halted processor for one that is not available, so after a rest all workers may end up
+// on the owner's processor and take turns there until the load is balanced, milliseconds later. So the owner
+// gives each worker that it wakes a processor that is not taken yet, its own one last, by narrowing the
+// worker's affinity for the moment of waking; the worker puts its affinity back as soon as it runs.
 #ifndef ZENTHAR_PARALLEL_PLACEMENT_H
 #define ZENTHAR_PARALLEL_PLACEMENT_H
 
@@ -15,7 +15,7 @@
 
 namespace zenthar::parallel {
 
-// A worker's place: where it last ran, and the affinity to put back after a move.
+// A worker's place: where it last ran or was sent, and the affinity to put back after a move.
 class Place {
  public:
   // By the worker.

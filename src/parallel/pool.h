@@ -142,7 +142,7 @@ struct alignas(kLine) Pool : st_ParallelThreadsEnvironment {
   void collect();
   void collect_locked();
   bool post(Worker& worker, Placement& placement);  // says whether it was awake
-  bool finishes_without(const Worker& sleeper);
+  bool finish_soon();
   void await_completion();
 };
 
