@@ -66,8 +66,7 @@ struct Abs {
   static constexpr bool kFailsOnlyChecked = true;
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mint a, C checks) {
-    return {mint(a < 0 ? -uint64_t(a) : uint64_t(a)),
-            fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+    return magnitude(a, checks);
   }
   ZENTHAR_KERNEL static mreal value(mreal a) { return __builtin_fabs(a); }
   ZENTHAR_KERNEL static mreal value(mcomplex a) { return modulus(a); }

@@ -36,10 +36,21 @@ ZENTHAR_KERNEL Outcome<mint> subtract(mint a, mint b, C checks) {
   }
 }
 
+// Whether a b is not `wrapped`, its value modulo 2^64. They differ by multiples of 2^64, while the product of
+// the nearest reals is off by a part in 2^51 at most, so a difference of 2^62 tells the cases apart without
+// fail.
+ZENTHAR_KERNEL bool product_wrapped(mint a, mint b, mint wrapped) {
+  return !(__builtin_fabs(mreal(a) * mreal(b) - mreal(wrapped)) < 0x1p62);
+}
+
 template <class C>
 ZENTHAR_KERNEL Outcome<mint> multiply(mint a, mint b, C checks) {
   if constexpr (C::kBlock) {
-    if constexpr (!C::overflow()) return {mint(uint64_t(a) * uint64_t(b)), Failure::kNone};
+    const auto wrapped = mint(uint64_t(a) * uint64_t(b));
+    if constexpr (!C::overflow()) return {wrapped, Failure::kNone};
+#ifdef __AVX512DQ__  // which converts integers by the vector; elsewhere the overflow flag is faster
+    return {wrapped, fail_if(product_wrapped(a, b, wrapped), Failure::kOverflow)};
+#endif
   }
   mint product;
   const bool overflow = __builtin_mul_overflow(a, b, &product);
@@ -48,7 +59,22 @@ ZENTHAR_KERNEL Outcome<mint> multiply(mint a, mint b, C checks) {
 
 template <class C>
 ZENTHAR_KERNEL Outcome<mint> negate(mint a, C checks) {
-  return {mint(-uint64_t(a)), fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+  const auto negated = mint(-uint64_t(a));
+  if constexpr (C::kBlock) {  // -2^63 alone has its own sign's bit in common with its negative
+    return {negated, C::overflow() ? Failure(uint64_t(a & negated) >> 63) : Failure::kNone};
+  } else {
+    return {negated, fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+  }
+}
+
+template <class C>
+ZENTHAR_KERNEL Outcome<mint> magnitude(mint a, C checks) {
+  const auto positive = mint(a < 0 ? -uint64_t(a) : uint64_t(a));
+  if constexpr (C::kBlock) {
+    return {positive, C::overflow() ? Failure(uint64_t(positive) >> 63) : Failure::kNone};
+  } else {
+    return {positive, fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+  }
 }
 
 // Conversion with truncation; NaN and what is out of range give -2^63, as the processor has it.

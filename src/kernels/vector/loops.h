@@ -6,40 +6,10 @@
 
 #include "kernels/operations/elements.h"
 #include "kernels/operations/rows.h"
+#include "kernels/vector/block.h"
 #include "kernels/vector/driver.h"
 
 namespace zenthar::ZENTHAR_TARGET {
-
-// Not 0 for a NaN or an infinity: x - x is 0.0, whose bits are 0, for a finite x alone. Made of one
-// subtraction and one OR, it costs a loop less than comparisons.
-ZENTHAR_KERNEL int64_t probe(mreal x) { return __builtin_bit_cast(int64_t, x - x); }
-ZENTHAR_KERNEL int64_t probe(mcomplex z) { return probe(z.re) | probe(z.im); }
-
-// Computes a block of an operation on arguments of the types it names. A specialisation gives an operation a
-// loop of its own; it may report a failure where there is none, but none that is may go unreported.
-template <class Op, uint32_t kFlags, class... A>
-struct Block {
-  using R = Result<Op, A...>;
-
-  static int64_t compute(void* result, const void* const* operands, mint n) {
-    return loop(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
-  }
-
-  template <int... k>
-  ZENTHAR_KERNEL static int64_t loop(void* result, const void* const* operands, mint n,
-                                     std::integer_sequence<int, k...>) {
-    const void* const own[] = {operands[k]...};
-    int64_t failed = 0;
-#pragma omp simd reduction(| : failed)
-    for (mint i = 0; i < n; ++i) {
-      const Outcome<R> outcome = evaluate_own<Op>(BlockChecks<kFlags>{}, load<A>(own[k], i)...);
-      store(result, i, outcome.value);
-      failed |= int64_t(outcome.failure);
-      if constexpr ((kFlags & kCheckReals) != 0 && kChecksResult<Op, R>) failed |= probe(outcome.value);
-    }
-    return failed;
-  }
-};
 
 // Looks at the elements of a computed block one by one. Whether the arguments failed is found by computing
 // again, but a result is judged as it was stored.
@@ -67,10 +37,29 @@ struct Locate {
   }
 };
 
+// The nearest real, by two halves that are exact, where the target has no instruction for vectors of them:
+// 2^84 + 2^63 + the upper half and 2^52 + the lower half are put together as bits, and one sum rounds.
+ZENTHAR_KERNEL mreal nearest_real(mint x) {
+#ifdef __AVX512DQ__
+  return mreal(x);
+#else
+  const auto bits = uint64_t(x);
+  const auto upper = __builtin_bit_cast(mreal, bits >> 32 ^ 0x4530000080000000);
+  const auto lower = __builtin_bit_cast(mreal, (bits & 0xffffffff) | 0x4330000000000000);
+  return (upper - (0x1p84 + 0x1p63 + 0x1p52)) + lower;
+#endif
+}
+
 template <class To, class From>
 void convert(void* to, const void* from, mint n) {
 #pragma omp simd
-  for (mint i = 0; i < n; ++i) store(to, i, widen<To>(load<From>(from, i)));
+  for (mint i = 0; i < n; ++i) {
+    if constexpr (std::is_same_v<From, mint>) {
+      store(to, i, widen<To>(nearest_real(load<mint>(from, i))));
+    } else {
+      store(to, i, widen<To>(load<From>(from, i)));
+    }
+  }
 }
 
 template <class To, class From>

@@ -1,0 +1,101 @@
+// Vector functions, without and with checks, beside the loop that one would write in C.
+//
+// Rows are named operation/type/way/elements; items_per_second counts elements. 8192 elements stay in the
+// caches of a core, 4 million come from memory.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "kernels/vector/targets.h"
+#include "zenthar/zenthar.h"
+
+namespace {
+
+constexpr const char* kTargetNames[zenthar::kTargets] = {"baseline", "avx2", "avx512"};
+constexpr mint kShort = 8192, kLong = mint(1) << 22;
+
+template <class T>
+std::vector<T> operand(mint n, int seed) {
+  std::vector<T> run(static_cast<size_t>(n));
+  uint64_t state = uint64_t(seed) * 0x9E3779B97F4A7C15u;
+  for (T& x : run) {
+    state = state * 6364136223846793005u + 1442695040888963407u;
+    x = T(state >> 44) - T(1 << 18) + T(1);  // of both signs, and products fit
+    if (x == T(0)) x = T(1);
+  }
+  return run;
+}
+
+// Keeps the compiler from seeing through the loop, not from vectorising it.
+template <class T, class F>
+[[gnu::noinline]] void c_loop(T* result, const T* a, const T* b, mint n, F f) {
+  for (mint i = 0; i < n; ++i) result[i] = f(a[i], b[i]);
+}
+
+template <class T, class F>
+void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positive = false) {
+  const int32_t type = sizeof(T) == 8 && T(0.5) == T(0) ? 7 : 10;
+  for (mint n : {kShort, kLong}) {
+    const auto row = [&](const std::string& way, auto body) {
+      const std::string title = name + (type == 7 ? "/integer/" : "/real/") + way + "/" + std::to_string(n);
+      benchmark::RegisterBenchmark(title.c_str(), [=](benchmark::State& state) {
+        auto a = operand<T>(n, 1), b = operand<T>(n, 2);
+        if (positive)
+          for (T& x : a) x = T(x < T(0) ? T(0) - x : x);
+        std::vector<T> result(static_cast<size_t>(n));
+        for (auto _ : state) {
+          body(result.data(), a.data(), b.data(), n);
+          benchmark::DoNotOptimize(result.data());
+          benchmark::ClobberMemory();
+        }
+        state.SetItemsProcessed(state.iterations() * n);
+      });
+    };
+    row("c", [=](T* r, const T* a, const T* b, mint m) { c_loop(r, a, b, m, f); });
+    for (int target = 0; target < zenthar::kTargets; ++target) {
+      if (!zenthar::runs(zenthar::Target(target))) continue;
+      zenthar::use_target(zenthar::Target(target));
+      const auto unary_function = MNumericArray_getUnaryVectorMachFunc(op, type);
+      const auto binary_function = MNumericArray_getBinaryVectorMachFunc(op, type, type);
+      for (uint32_t flags : {0u, 6u})
+        row(std::string(kTargetNames[target]) + (flags ? "_checked" : ""),
+            [=](T* r, const T* a, const T* b, mint m) {
+              const int32_t code =
+                  unary ? unary_function(r, a, m, flags) : binary_function(r, a, 1, b, 1, m, flags);
+              if (code != 0) std::abort();
+            });
+    }
+  }
+}
+
+template <class T>
+void add_common_rows() {
+  add_rows<T>(
+      "plus", MACHFUNC_PLUS, [](T a, T b) { return a + b; }, false);
+  add_rows<T>(
+      "subtract", MACHFUNC_SUBTRACT, [](T a, T b) { return a - b; }, false);
+  add_rows<T>(
+      "times", MACHFUNC_TIMES, [](T a, T b) { return a * b; }, false);
+  add_rows<T>(
+      "minus", MACHFUNC_MINUS, [](T a, T) { return -a; }, true);
+  add_rows<T>(
+      "abs", MACHFUNC_ABS, [](T a, T) { return T(std::abs(a)); }, true);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  InitializeRuntimeLibrary();
+  add_common_rows<mint>();
+  add_common_rows<mreal>();
+  add_rows<mreal>(
+      "div", MACHFUNC_DIV, [](mreal a, mreal b) { return a / b; }, false);
+  add_rows<mreal>(
+      "sqrt", MACHFUNC_SQRT, [](mreal a, mreal) { return std::sqrt(a); }, true, true);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
