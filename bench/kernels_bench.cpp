@@ -1,7 +1,8 @@
 // Vector functions, without and with checks, beside the loop that one would write in C.
 //
-// Rows are named operation/type/way/elements; items_per_second counts elements. 8192 elements stay in the
-// caches of a core, 4 million come from memory.
+// Rows are named operation/type/way/elements, where the way is that loop (c) or a processor target, with
+// checks or without, divided among all processors or not; items_per_second counts elements. 8192 elements
+// stay in the caches of a core, 4 million come from memory.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -40,7 +41,7 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
   for (mint n : {kShort, kLong}) {
     const auto row = [&](const std::string& way, auto body) {
       const std::string title = name + (type == 7 ? "/integer/" : "/real/") + way + "/" + std::to_string(n);
-      benchmark::RegisterBenchmark(title.c_str(), [=](benchmark::State& state) {
+      const auto registered = benchmark::RegisterBenchmark(title.c_str(), [=](benchmark::State& state) {
         auto a = operand<T>(n, 1), b = operand<T>(n, 2);
         if (positive)
           for (T& x : a) x = T(x < T(0) ? T(0) - x : x);
@@ -52,6 +53,7 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
         }
         state.SetItemsProcessed(state.iterations() * n);
       });
+      if (way.find("divided") != std::string::npos) registered->UseRealTime();
     };
     row("c", [=](T* r, const T* a, const T* b, mint m) { c_loop(r, a, b, m, f); });
     for (int target = 0; target < zenthar::kTargets; ++target) {
@@ -59,13 +61,20 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
       zenthar::use_target(zenthar::Target(target));
       const auto unary_function = MNumericArray_getUnaryVectorMachFunc(op, type);
       const auto binary_function = MNumericArray_getBinaryVectorMachFunc(op, type, type);
+      const auto run = [=](T* r, const T* a, const T* b, mint m, uint32_t flags) {
+        const int32_t code =
+            unary ? unary_function(r, a, m, flags) : binary_function(r, a, 1, b, 1, m, flags);
+        if (code != 0) std::abort();
+      };
       for (uint32_t flags : {0u, 6u})
         row(std::string(kTargetNames[target]) + (flags ? "_checked" : ""),
-            [=](T* r, const T* a, const T* b, mint m) {
-              const int32_t code =
-                  unary ? unary_function(r, a, m, flags) : binary_function(r, a, 1, b, 1, m, flags);
-              if (code != 0) std::abort();
-            });
+            [=](T* r, const T* a, const T* b, mint m) { run(r, a, b, m, flags); });
+      if (n == kShort) continue;
+      row(std::string(kTargetNames[target]) + "_checked_divided", [=](T* r, const T* a, const T* b, mint m) {
+        setParallelThreadNumber(getProcessorCount());
+        run(r, a, b, m, 6);
+        setParallelThreadNumber(1);
+      });
     }
   }
 }
@@ -88,6 +97,7 @@ void add_common_rows() {
 
 int main(int argc, char** argv) {
   InitializeRuntimeLibrary();
+  setParallelThreadNumber(1);
   add_common_rows<mint>();
   add_common_rows<mreal>();
   add_rows<mreal>(

@@ -1,6 +1,9 @@
 // Every vector function of every processor target against the scalar function of its record.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "kernel_records.h"
 #include "kernels/vector/targets.h"
 #include "zenthar/zenthar.h"
@@ -180,6 +183,91 @@ TEST_P(VectorFunctions, LookForAbortRequestsInLongRuns) {
   EXPECT_EQ(getExceptionActive(), 34);
   watch = 0;
   EXPECT_EQ(plus(sum.data(), a.data(), 1, b.data(), 1, n, 0), 0);
+}
+
+// Runs long enough for the pool: the same results and the same failure as in one thread.
+class DividedRuns : public testing::Test {
+ protected:
+  void SetUp() override {
+    setExceptionStyle(1);
+    previous_ = setParallelThreadNumber(3);
+  }
+  void TearDown() override {
+    restoreParallelThreadNumber(previous_);
+    setExceptionActive(0);
+    watch = 0;
+  }
+
+  static constexpr mint kLength = 300007;
+
+ private:
+  int32_t previous_ = 0;
+};
+
+TEST_F(DividedRuns, GiveTheResultsOfOneThread) {
+  const auto sum = MNumericArray_getBinaryVectorMachFunc(MACHFUNC_PLUS, kInteger, kReal);
+  const Elements a = tame(kInteger, kLength, 1);
+  Elements b = tame(kReal, kLength, 2), divided(kReal, kLength), whole(kReal, kLength);
+  for (mint step : {1, 0}) {
+    ASSERT_EQ(sum(divided.data(), a.data(), 1, b.data(), step, kLength, 6), 0);
+    setParallelThreadNumber(1);
+    ASSERT_EQ(sum(whole.data(), a.data(), 1, b.data(), step, kLength, 6), 0);
+    setParallelThreadNumber(3);
+    EXPECT_EQ(std::memcmp(divided.data(), whole.data(), kLength * 8), 0);
+  }
+  // A repeated operand that the result overwrites is read once, before that.
+  ASSERT_EQ(sum(b.data(), a.data(), 1, b.data(), 0, kLength, 6), 0);
+  EXPECT_EQ(std::memcmp(b.data(), whole.data(), kLength * 8), 0);
+}
+
+TEST_F(DividedRuns, ReportTheFirstFailureOfAllThreads) {
+  const auto log = MNumericArray_getBinaryVectorMachFunc(MACHFUNC_LOG_BASE, kReal, kReal);
+  std::mt19937_64 random(5);
+  for (int round = 0; round < 30; ++round) {
+    std::vector<mreal> base(kLength, 2.0), x(kLength, 8.0), result(kLength);
+    mint first = kLength;
+    int32_t wanted = 0;
+    for (int k = 0; k < 6; ++k) {
+      const mint place = mint(random() % uint64_t(kLength));
+      const int kind = int(random() % 3);
+      x[size_t(place)] = kind == 0 ? -1.0 : kind == 1 ? std::nan("") : std::numeric_limits<mreal>::infinity();
+      if (place <= first) {
+        first = place;
+        wanted = kind == 0 ? 16 : kind == 1 ? 9 : 6;
+      }
+    }
+    mreal* const to = round % 2 ? x.data() : result.data();
+    setExceptionActive(0);
+    ASSERT_EQ(log(to, base.data(), 1, x.data(), 1, kLength, 2), wanted) << first;
+    ASSERT_EQ(getExceptionActive(), wanted);
+  }
+}
+
+TEST_F(DividedRuns, RaiseInTheCallingThread) {
+  std::vector<mint> a(kLength, 1), b(kLength, INT64_MAX), sum(kLength);
+  const auto plus = MNumericArray_getBinaryVectorMachFunc(MACHFUNC_PLUS, kInteger, kInteger);
+  setExceptionStyle(0);
+  EXPECT_THROW(plus(sum.data(), a.data(), 1, b.data(), 1, kLength, 4), ZentharRuntimeException);
+  setExceptionStyle(1);
+  EXPECT_EQ(plus(sum.data(), a.data(), 1, b.data(), 1, kLength, 0), 0);
+  watch = 1;
+  EXPECT_EQ(plus(sum.data(), a.data(), 1, b.data(), 1, kLength, 0), 34);
+}
+
+TEST_F(DividedRuns, StartedFromManyThreadsAtOnce) {
+  const auto plus = MNumericArray_getBinaryVectorMachFunc(MACHFUNC_PLUS, kInteger, kInteger);
+  std::vector<std::thread> hosts;
+  std::atomic<int> wrong{0};
+  for (mint host = 0; host < 4; ++host)
+    hosts.emplace_back([&, host] {
+      std::vector<mint> a(kLength, host), sum(kLength);
+      for (int round = 0; round < 20; ++round) {
+        if (plus(sum.data(), a.data(), 1, a.data(), 1, kLength, 4) != 0) ++wrong;
+        for (mint x : sum) wrong += x != 2 * host;
+      }
+    });
+  for (std::thread& host : hosts) host.join();
+  EXPECT_EQ(wrong, 0);
 }
 
 constexpr const char* kTargetNames[zenthar::kTargets] = {"Baseline", "Avx2", "Avx512"};

@@ -1,9 +1,12 @@
 #include "kernels/vector/driver.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "kernels/scalar/raise.h"
+#include "zenthar/dispatch.h"
 #include "zenthar/errors.h"
+#include "zenthar/parallel.h"
 
 namespace zenthar {
 namespace {
@@ -16,12 +19,21 @@ constexpr mint kBufferBytes = 8192;
 // Runs too short to be worth an alignment.
 constexpr mint kShortRun = 128;
 
+// The least elements, by threshold class, that make up for handing a piece of a run to a thread: some
+// microseconds of work each.
+constexpr mint kLeastPiece[] = {32768, 8192, 2048, 512, 8192};
+// Pieces for each thread, so that one that is held up holds up little.
+constexpr mint kPiecesPerThread = 4;
+
 constexpr int32_t kAbort = 34;
 
-// A run under way: where each operand's next block comes from.
-class Run {
+using Buffer = char[kBufferBytes];
+
+// How the operands of a run are read, block by block. Made before anything is written and shared by the
+// threads.
+class Plan {
  public:
-  Run(const VectorKernel& kernel, void* result, const VectorOperand* operands, mint n, uint32_t flags)
+  Plan(const VectorKernel& kernel, void* result, const VectorOperand* operands, mint n, uint32_t flags)
       : kernel_(kernel), result_(static_cast<char*>(result)), flags_(flags) {
     const bool checked = flags & kernel.check;
     function_ = checked ? kernel.checked : kernel.plain;
@@ -29,10 +41,9 @@ class Run {
     for (int k = 0; k < kernel.arity; ++k) {
       Source& source = sources_[k];
       source.data = static_cast<const char*>(operands[k].data);
-      const bool repeated = operands[k].step == 0;
       const bool overwritten =
           looks && overlaps(source.data, n * kernel.operand_size[k], n * kernel.result_size);
-      source.way = repeated                       ? Way::kRepeat
+      source.way = operands[k].step == 0          ? Way::kRepeat
                    : kernel.convert[k] != nullptr ? Way::kConvert
                    : overwritten                  ? Way::kKeep
                                                   : Way::kDirect;
@@ -46,18 +57,18 @@ class Run {
 
   mint block() const { return block_; }
 
-  // The length of the first block. It is cut so that the others' results begin with a cache line: of vectors
-  // as long as a line, every one would otherwise straddle two.
-  mint first_block() const {
+  // The length of the first block of a piece. It is cut so that the others' results begin with a cache line,
+  // since vectors that straddle two take twice the time.
+  mint first_block(mint from) const {
     constexpr uintptr_t kLine = 64;
-    const uintptr_t before = -reinterpret_cast<uintptr_t>(result_) % kLine;
+    const uintptr_t before = -reinterpret_cast<uintptr_t>(result_ + from * kernel_.result_size) % kLine;
     return before != 0 && before % kernel_.result_size == 0 ? mint(before / kernel_.result_size) : block_;
   }
 
-  // Computes elements [from, from + n), at most a block of them.
-  FirstFailure compute(mint from, mint n) {
+  // Computes elements [from, from + n), at most a block of them, with buffers for the operands of this block.
+  FirstFailure compute(mint from, mint n, Buffer* buffers) const {
     const void* operands[3];
-    for (int k = 0; k < kernel_.arity; ++k) operands[k] = operand(k, from, n);
+    for (int k = 0; k < kernel_.arity; ++k) operands[k] = operand(k, from, n, buffers[k]);
     char* const result = result_ + from * kernel_.result_size;
     if (function_(result, operands, n) == 0) [[likely]]
       return {-1, 0};
@@ -78,10 +89,10 @@ class Run {
     return a < r + uintptr_t(result_bytes) && r < a + uintptr_t(bytes);
   }
 
-  // Fills an operand's buffer with its only element, which is read before anything is written.
+  // Fills an operand's buffer with its only element.
   void repeat(int k, mint n) {
     const mint size = kernel_.evaluated_size[k];
-    char* const buffer = buffers_[k];
+    char* const buffer = repeated_[k];
     if (kernel_.convert[k]) {
       kernel_.convert[k](buffer, sources_[k].data, 1);
     } else {
@@ -94,22 +105,22 @@ class Run {
     }
   }
 
-  const void* operand(int k, mint from, mint n) {
+  const void* operand(int k, mint from, mint n, char* buffer) const {
     const Source& source = sources_[k];
     const char* const data = source.data + from * kernel_.operand_size[k];
     switch (source.way) {
       case Way::kDirect:
         return data;
       case Way::kRepeat:
-        break;
+        return repeated_[k];
       case Way::kConvert:
-        kernel_.convert[k](buffers_[k], data, n);
-        break;
+        kernel_.convert[k](buffer, data, n);
+        return buffer;
       case Way::kKeep:
-        std::memcpy(buffers_[k], data, size_t(n * kernel_.evaluated_size[k]));
-        break;
+        std::memcpy(buffer, data, size_t(n * kernel_.evaluated_size[k]));
+        return buffer;
     }
-    return buffers_[k];
+    __builtin_unreachable();
   }
 
   const VectorKernel& kernel_;
@@ -118,23 +129,88 @@ class Run {
   BlockFunction function_;
   mint block_ = kDirectBlock;
   Source sources_[3];
-  alignas(64) char buffers_[3][kBufferBytes];
+  alignas(64) Buffer repeated_[3];
 };
+
+// A run under way in one or several threads, and what became of it.
+struct Run {
+  const Plan& plan;
+  // Of the failing element of the lowest index so far: the index, and the code in the low byte.
+  std::atomic<uint64_t> first_failure{UINT64_MAX};
+  std::atomic<bool> aborted{false};
+
+  bool passed_by(mint from) const {
+    return uint64_t(from) > first_failure.load(std::memory_order_relaxed) >> 8 ||
+           aborted.load(std::memory_order_relaxed);
+  }
+
+  void record(FirstFailure failure) {
+    const uint64_t found = uint64_t(failure.index) << 8 | uint64_t(failure.code);
+    uint64_t known = first_failure.load(std::memory_order_relaxed);
+    while (found < known && !first_failure.compare_exchange_weak(known, found, std::memory_order_relaxed)) {
+    }
+  }
+
+  // Raises what is to be raised.
+  int32_t finish() const {
+    const uint64_t failure = first_failure.load(std::memory_order_relaxed);
+    if (failure != UINT64_MAX) return raise_error(int32_t(failure & 0xff));
+    return aborted.load(std::memory_order_relaxed) ? raise_error(kAbort) : 0;
+  }
+};
+
+// Whether the host wants an end. It is asked by one thread at a time.
+bool abort_requested(ParallelThread thread) {
+  if (*getAbortWatchHandle() == 0) return false;
+  if (!thread) return checkAbortWatch();
+  ParallelThread_synchronizeLock(thread);
+  const bool requested = checkAbortWatch();
+  ParallelThread_synchronizeUnlock(thread);
+  return requested;
+}
+
+// Computes the piece [from, end), until an element of it fails or the rest is no longer wanted.
+void compute_piece(Run& run, mint from, mint end, ParallelThread thread) {
+  alignas(64) Buffer buffers[3];
+  const Plan& plan = run.plan;
+  const mint start = from;
+  mint block = end - from < kShortRun ? end - from : plan.first_block(from);
+  for (; from < end; from += block, block = plan.block()) {
+    if (run.passed_by(from)) return;
+    if (from - start >= plan.block() && abort_requested(thread)) {
+      run.aborted.store(true, std::memory_order_relaxed);
+      return;
+    }
+    const FirstFailure failure = plan.compute(from, end - from < block ? end - from : block, buffers);
+    if (failure.index >= 0) return run.record(failure);
+  }
+}
+
+void piece_body(void* run, ParallelThread thread) {
+  compute_piece(*static_cast<Run*>(run), ParallelThread_RangeStart(thread), ParallelThread_RangeEnd(thread),
+                thread);
+}
+
+// Whether a run was divided among the pool's threads.
+bool divided(Run& run, int32_t threshold_class, mint n) {
+  const mint threads = getParallelThreadNumber();
+  const mint least = kLeastPiece[threshold_class];
+  if (threads <= 1 || n < getVectorParallelLengthThreshold(threshold_class) || n < 2 * least) return false;
+  const mint even = n / (threads * kPiecesPerThread);
+  st_ParallelThreadsSchedule schedule = {2, even > least ? even : least, 0};
+  constexpr int32_t kNoMemory = 23;  // for a pool: nothing has run
+  return ParallelThreads_For(&run, nullptr, piece_body, 0, n, 1, &schedule) != kNoMemory;
+}
 
 }  // namespace
 
 int32_t run_vector(const VectorKernel& kernel, void* result, const VectorOperand* operands, mint n,
                    uint32_t flags) {
   if (n <= 0) return 0;
-  Run run(kernel, result, operands, n, flags);
-  mint block = n < kShortRun ? n : run.first_block();
-  for (mint from = 0; from < n; from += block, block = run.block()) {
-    if (from >= run.block() && checkAbortWatch()) return raise_error(kAbort);
-    const mint rest = n - from;
-    const FirstFailure failure = run.compute(from, rest < block ? rest : block);
-    if (failure.index >= 0) return raise_error(failure.code);
-  }
-  return 0;
+  const Plan plan(kernel, result, operands, n, flags);
+  Run run{plan};
+  if (!divided(run, kernel.threshold_class, n)) compute_piece(run, 0, n, nullptr);
+  return run.finish();
 }
 
 int32_t run_replacing(ReplacingStep step, mint element_size, void* result, const VectorOperand* operands,
