@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "kernels/vector/targets.h"
@@ -53,7 +54,7 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
         }
         state.SetItemsProcessed(state.iterations() * n);
       });
-      if (way.find("divided") != std::string::npos) registered->UseRealTime();
+      if (n == kLong) registered->UseRealTime();
     };
     row("c", [=](T* r, const T* a, const T* b, mint m) { c_loop(r, a, b, m, f); });
     for (int target = 0; target < zenthar::kTargets; ++target) {
@@ -71,7 +72,7 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
             [=](T* r, const T* a, const T* b, mint m) { run(r, a, b, m, flags); });
       if (n == kShort) continue;
       row(std::string(kTargetNames[target]) + "_checked_divided", [=](T* r, const T* a, const T* b, mint m) {
-        setParallelThreadNumber(getProcessorCount());
+        setParallelThreadNumber(int32_t(std::thread::hardware_concurrency()));
         run(r, a, b, m, 6);
         setParallelThreadNumber(1);
       });

@@ -125,57 +125,65 @@ ZENTHAR_KERNEL mreal modulus(mcomplex z) {
   return ((x > kLargest) | (y > kLargest)) ? __builtin_inf() : scaled;
 }
 
-// 2^-e for the exponent e of x, so that x times it lies in [1, 2); 0, subnormals, the topmost binade and what
-// is not finite are scaled by the nearest power whose inverse is a normal number too.
-ZENTHAR_KERNEL mreal inverse_binade(mreal x) {
-  const auto scale = 2046 - int64_t(__builtin_bit_cast(uint64_t, x) >> 52 & 0x7ff);
-  return __builtin_bit_cast(mreal, uint64_t(scale < 1 ? 1 : scale > 2045 ? 2045 : scale) << 52);
-}
-
-// 1 / x of a power of two from inverse_binade().
-ZENTHAR_KERNEL mreal inverse_power(mreal x) {
-  return __builtin_bit_cast(mreal, (uint64_t(2046) << 52) - __builtin_bit_cast(uint64_t, x));
-}
-
 ZENTHAR_KERNEL mreal larger_magnitude(mcomplex z) {
   const mreal x = __builtin_fabs(z.re);
   const mreal y = __builtin_fabs(z.im);
   return x > y ? x : y;
 }
 
-// a / b by the quotient formula on operands scaled near 1 by powers of two, which are exact; where that gives
-// no number, infinities and zero divisors are treated as C99 Annex G has it.
-ZENTHAR_KERNEL mcomplex divide(mcomplex a, mcomplex b) {
-  const mreal a_scale = inverse_binade(larger_magnitude(a));
-  const mreal b_scale = inverse_binade(larger_magnitude(b));
+// The exponent field of the larger part of z, kept to the range in which a power of two and its inverse are
+// normal numbers.
+ZENTHAR_KERNEL uint64_t exponent_field(mcomplex z) {
+  constexpr mreal kLeast = 0x1p-1022, kMost = 0x1p1022;
+  const mreal large = larger_magnitude(z);
+  const mreal raised = large > kLeast ? large : kLeast;
+  return __builtin_bit_cast(uint64_t, raised < kMost ? raised : kMost) & uint64_t(0x7ff) << 52;
+}
+
+ZENTHAR_KERNEL mreal power_of_two(uint64_t exponent) { return __builtin_bit_cast(mreal, exponent); }
+
+// a / b by the quotient formula on operands scaled near 1 by powers of two, which is exact. The power that
+// undoes both scalings may be no number itself, so it is applied in halves: the first keeps all bits where
+// the quotient does, so that it is rounded once, and neither overflows where the quotient does not.
+ZENTHAR_KERNEL mcomplex divide_scaled(mcomplex a, mcomplex b) {
+  constexpr uint64_t kTwiceBias = uint64_t(2046) << 52, kField = uint64_t(0x7ff) << 52;
+  const uint64_t a_exponent = exponent_field(a), b_exponent = exponent_field(b);
+  const mreal a_scale = power_of_two(kTwiceBias - a_exponent),
+              b_scale = power_of_two(kTwiceBias - b_exponent);
   const mreal a_re = a.re * a_scale, a_im = a.im * a_scale;
   const mreal b_re = b.re * b_scale, b_im = b.im * b_scale;
   const mreal norm = product(b_re, b_re) + product(b_im, b_im);
   const mreal re = (product(a_re, b_re) + product(a_im, b_im)) / norm;
   const mreal im = (product(a_im, b_re) - product(a_re, b_im)) / norm;
-  // Undo both scalings in one step, so that the result is rounded once. Where their product is no number both
-  // go the same way, and in two steps nothing overflows or vanishes that the quotient itself would keep.
-  const mreal a_unscale = inverse_power(a_scale);
-  const mreal unscale = b_scale * a_unscale;
-  const bool one_step = unscale > 0.0 && unscale <= kLargest;
-  mcomplex quotient = {one_step ? re * unscale : re * b_scale * a_unscale,
-                       one_step ? im * unscale : im * b_scale * a_unscale};
-  if (__builtin_expect((quotient.re != quotient.re) & (quotient.im != quotient.im), 0)) {
-    const mreal infinity = __builtin_inf();
-    const auto boxed = [](mreal x) {
-      return __builtin_copysign(__builtin_fabs(x) > kLargest ? 1.0 : 0.0, x);
-    };
-    if (norm == 0.0 && (a.re == a.re || a.im == a.im)) {
-      const mreal big = __builtin_copysign(infinity, b.re);
-      quotient = {big * a.re, big * a.im};
-    } else if (larger_magnitude(a) > kLargest && is_finite(b)) {
-      const mreal x = boxed(a.re), y = boxed(a.im);
-      quotient = {infinity * (x * b.re + y * b.im), infinity * (y * b.re - x * b.im)};
-    } else if (larger_magnitude(b) > kLargest && is_finite(a)) {
-      const mreal x = boxed(b.re), y = boxed(b.im);
-      quotient = {0.0 * (a.re * x + a.im * y), 0.0 * (a.im * x - a.re * y)};
-    }
+  const uint64_t both = a_exponent - b_exponent + kTwiceBias;
+  const uint64_t half = both >> 1 & kField;
+  const mreal first = power_of_two(half), second = power_of_two(both - half);
+  return {re * first * second, im * first * second};
+}
+
+// The quotient where the formula gives no number: infinities and zero divisors as C99 Annex G has them.
+inline mcomplex divide_special(mcomplex a, mcomplex b, mcomplex quotient) {
+  const mreal infinity = __builtin_inf();
+  const auto boxed = [](mreal x) { return __builtin_copysign(__builtin_fabs(x) > kLargest ? 1.0 : 0.0, x); };
+  if (b.re == 0.0 && b.im == 0.0 && (a.re == a.re || a.im == a.im)) {
+    const mreal big = __builtin_copysign(infinity, b.re);
+    return {big * a.re, big * a.im};
   }
+  if ((__builtin_fabs(a.re) > kLargest || __builtin_fabs(a.im) > kLargest) && is_finite(b)) {
+    const mreal x = boxed(a.re), y = boxed(a.im);
+    return {infinity * (x * b.re + y * b.im), infinity * (y * b.re - x * b.im)};
+  }
+  if ((__builtin_fabs(b.re) > kLargest || __builtin_fabs(b.im) > kLargest) && is_finite(a)) {
+    const mreal x = boxed(b.re), y = boxed(b.im);
+    return {0.0 * (a.re * x + a.im * y), 0.0 * (a.im * x - a.re * y)};
+  }
+  return quotient;
+}
+
+ZENTHAR_KERNEL mcomplex divide(mcomplex a, mcomplex b) {
+  const mcomplex quotient = divide_scaled(a, b);
+  if (__builtin_expect((quotient.re != quotient.re) & (quotient.im != quotient.im), 0))
+    return divide_special(a, b, quotient);
   return quotient;
 }
 

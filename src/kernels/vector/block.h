@@ -12,21 +12,39 @@ namespace zenthar::ZENTHAR_TARGET {
 // Not 0 for a NaN or an infinity: x - x is 0.0, whose bits are 0, for a finite x alone. Made of one
 // subtraction and one OR, it costs a loop less than comparisons.
 ZENTHAR_KERNEL int64_t probe(mreal x) { return __builtin_bit_cast(int64_t, x - x); }
-ZENTHAR_KERNEL int64_t probe(mcomplex z) { return probe(z.re) | probe(z.im); }
 
-// Computes a block of an operation on arguments of the types it names. A specialisation gives an operation a
-// loop of its own; it may report a failure where there is none, but none that is may go unreported.
+inline int64_t probe_run(const void* reals, mint n) {
+  int64_t found = 0;
+#pragma omp simd reduction(| : found)
+  for (mint i = 0; i < n; ++i) found |= probe(load<mreal>(reals, i));
+  return found;
+}
+
+template <class T>
+ZENTHAR_KERNEL const void* from_element(const void* run, mint i) {
+  return static_cast<const char*>(run) + i * mint(sizeof(T));
+}
+template <class T>
+ZENTHAR_KERNEL void* from_element(void* run, mint i) {
+  return static_cast<char*>(run) + i * mint(sizeof(T));
+}
+
+// The elements of an operation on arguments of the types it names. This is where an operation gets a loop of
+// its own, a vector form of an elementary function say: a specialisation computes n elements and returns 0,
+// or not 0 when some arguments may have failed. `kProbes` says that flag 2 has been seen to.
 template <class Op, uint32_t kFlags, class... A>
-struct Block {
+struct Loop {
   using R = Result<Op, A...>;
+  static constexpr bool kProbes =
+      std::is_same_v<R, mreal> && kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
 
-  static int64_t compute(void* result, const void* const* operands, mint n) {
-    return loop(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
+  static int64_t run(void* result, const void* const* operands, mint n) {
+    return run(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
   }
 
   template <int... k>
-  ZENTHAR_KERNEL static int64_t loop(void* result, const void* const* operands, mint n,
-                                     std::integer_sequence<int, k...>) {
+  ZENTHAR_KERNEL static int64_t run(void* result, const void* const* operands, mint n,
+                                    std::integer_sequence<int, k...>) {
     const void* const own[] = {operands[k]...};
     int64_t failed = 0;
 #pragma omp simd reduction(| : failed)
@@ -34,11 +52,96 @@ struct Block {
       const Outcome<R> outcome = evaluate_own<Op>(BlockChecks<kFlags>{}, load<A>(own[k], i)...);
       store(result, i, outcome.value);
       failed |= int64_t(outcome.failure);
-      if constexpr ((kFlags & kCheckReals) != 0 && kChecksResult<Op, R>) failed |= probe(outcome.value);
+      if constexpr (kProbes) failed |= probe(outcome.value);
     }
     return failed;
   }
 };
+
+// Operations that do to both parts of complexes what they do to reals.
+template <class Op>
+inline constexpr bool kByParts = false;
+template <>
+inline constexpr bool kByParts<Plus> = true;
+template <>
+inline constexpr bool kByParts<Subtract> = true;
+template <>
+inline constexpr bool kByParts<Minus> = true;
+
+// A block of an operation: the loop over its elements, and the check of its results. Not 0 when an element
+// may have failed.
+template <class Op, uint32_t kFlags, class... A>
+struct Block {
+  using R = Result<Op, A...>;
+
+  static int64_t compute(void* result, const void* const* operands, mint n) {
+    if constexpr (kByParts<Op> && (std::is_same_v<A, mcomplex> && ...)) {
+      return Block<Op, kFlags, std::enable_if_t<sizeof(A) != 0, mreal>...>::compute(result, operands, 2 * n);
+    } else if constexpr (kChecksResult<Op, R> && (kFlags & kCheckReals) != 0 &&
+                         !Loop<Op, kFlags, A...>::kProbes) {
+      return in_pieces(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
+    } else {
+      return Loop<Op, kFlags, A...>::run(result, operands, n);
+    }
+  }
+
+  // Results are checked while they are still in the first-level cache.
+  template <int... k>
+  static int64_t in_pieces(void* result, const void* const* operands, mint n,
+                           std::integer_sequence<int, k...>) {
+    constexpr mint kPiece = 256;
+    constexpr mint kParts = sizeof(R) / sizeof(mreal);
+    int64_t failed = 0;
+    for (mint i = 0; i < n; i += kPiece) {
+      const mint m = n - i < kPiece ? n - i : kPiece;
+      const void* const own[] = {from_element<A>(operands[k], i)...};
+      void* const to = from_element<R>(result, i);
+      failed |= Loop<Op, kFlags, A...>::run(to, own, m);
+      failed |= probe_run(to, m * kParts);
+    }
+    return failed;
+  }
+};
+
+// Quotients by a complex. The rare ones that are infinities or have zero divisors are left out of the loop,
+// and computed once more by themselves; so results wait beside until they are right.
+template <class A>
+struct QuotientLoop {
+  static constexpr bool kProbes = false;
+  static constexpr mint kPiece = 128;
+
+  static int64_t run(void* result, const void* const* operands, mint n) {
+    for (mint i = 0; i < n; i += kPiece)
+      piece(from_element<mcomplex>(result, i), from_element<A>(operands[0], i),
+            from_element<mcomplex>(operands[1], i), n - i < kPiece ? n - i : kPiece);
+    return 0;
+  }
+
+  static void piece(void* result, const void* a, const void* b, mint n) {
+    mreal re[kPiece], im[kPiece];
+    int64_t special = 0;
+#pragma omp simd reduction(| : special)
+    for (mint i = 0; i < n; ++i) {
+      const mcomplex quotient = divide_scaled(widen<mcomplex>(load<A>(a, i)), load<mcomplex>(b, i));
+      re[i] = quotient.re;
+      im[i] = quotient.im;
+      special |= probe(quotient.re) | probe(quotient.im);
+    }
+    if (special != 0) {
+      for (mint i = 0; i < n; ++i) {
+        const mcomplex quotient = divide(widen<mcomplex>(load<A>(a, i)), load<mcomplex>(b, i));
+        re[i] = quotient.re;
+        im[i] = quotient.im;
+      }
+    }
+#pragma omp simd
+    for (mint i = 0; i < n; ++i) store(result, i, mcomplex{re[i], im[i]});
+  }
+};
+template <uint32_t kFlags>
+struct Loop<Div, kFlags, mcomplex, mcomplex> : QuotientLoop<mcomplex> {};
+template <uint32_t kFlags>
+struct Loop<Div, kFlags, mreal, mcomplex> : QuotientLoop<mreal> {};
 
 // Products with the overflow check. Elements are mostly small: the bits that they need are gathered beside
 // the products of a piece, and only where they leave room for an overflow are the products looked at again,
@@ -49,13 +152,9 @@ struct Block<Times, kCheckOverflow, mint, mint> {
     constexpr mint kPiece = 512;
     int64_t failed = 0;
     for (mint i = 0; i < n; i += kPiece)
-      failed |= piece(static_cast<char*>(result) + i * mint(sizeof(mint)), at(operands[0], i),
-                      at(operands[1], i), n - i < kPiece ? n - i : kPiece);
+      failed |= piece(from_element<mint>(result, i), from_element<mint>(operands[0], i),
+                      from_element<mint>(operands[1], i), n - i < kPiece ? n - i : kPiece);
     return failed;
-  }
-
-  static const void* at(const void* run, mint i) {
-    return static_cast<const char*>(run) + i * mint(sizeof(mint));
   }
 
   static int64_t piece(void* result, const void* a, const void* b, mint n) {

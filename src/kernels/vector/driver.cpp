@@ -91,14 +91,21 @@ class Plan {
 
   // Fills an operand's buffer with its only element.
   void repeat(int k, mint n) {
-    const mint size = kernel_.evaluated_size[k];
+    const mint size = kernel_.evaluated_size[k];  // 8 or 16
     char* const buffer = repeated_[k];
     if (kernel_.convert[k]) {
       kernel_.convert[k](buffer, sources_[k].data, 1);
     } else {
       std::memcpy(buffer, sources_[k].data, size_t(size));
     }
-    for (mint filled = 1; filled < n;) {
+    // A few by hand, since short runs should not wait for calls; then by doubling.
+    constexpr mint kByHand = 16;
+    mint filled = n < kByHand ? n : kByHand;
+    for (mint i = 1; i < filled; ++i) {
+      std::memcpy(buffer + i * size, buffer, 8);
+      if (size == 16) std::memcpy(buffer + i * size + 8, buffer + 8, 8);
+    }
+    while (filled < n) {
       const mint more = filled < n - filled ? filled : n - filled;
       std::memcpy(buffer + filled * size, buffer, size_t(more * size));
       filled += more;
