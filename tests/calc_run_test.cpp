@@ -336,7 +336,7 @@ TEST(Zcalc, EveryListedFunctionIsAccepted) {
 
 TEST(Zcalc, ControlCStopsInEveryStyle) {
   std::string deep = "range(5*10^8)*0.5";
-  for (int i = 0; i < 30; ++i) deep = "sin(" + deep + ")";
+  for (int i = 0; i < 30; ++i) deep.insert(0, "sin(").append(")");
   for (const char* style : kStyles) {
     Process process({deep, "--progress", "--style", style, "--rows", "0"});
     process.wait_for("computing");
@@ -396,6 +396,24 @@ TEST(Zcalc, MemoryReportCountsTheResult) {
   EXPECT_GE(use, 8000000u);
   EXPECT_LT(use, 9000000u);
   EXPECT_GE(most, use);
+}
+
+// Whichever way out a calculation takes, no array stays behind and none is freed twice.
+TEST(Zcalc, EveryArrayIsFreedOnce) {
+  const char* const expressions[] = {"x = range(100000); y = x/3; y^2 - x; y + 2i",
+                                     "1 / (n - 1)",
+                                     "n * 2^62",
+                                     "n + nn",
+                                     "range(range(3))",
+                                     "range(10^14)"};
+  for (const char* expression : expressions) {
+    for (const char* style : kStyles) {
+      const Outcome outcome =
+          run({expression, "--data", "-", "--style", style, "--leaks"}, "n,k\n0,A\n1,B\n2,C\n");
+      EXPECT_TRUE(contains(outcome.err, "arrays: each was freed once\n"))
+          << expression << ": " << outcome.err;
+    }
+  }
 }
 
 TEST(Zcalc, AFullDiskIsAnError) {

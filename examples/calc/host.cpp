@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <utility>
 
 #include "text.h"
 
@@ -16,6 +17,8 @@ uint64_t over_limit = 0;
 
 /// While the library calls this, the bytes in use include the request.
 void note_limit() { over_limit = MemoryInUse(); }
+
+std::vector<std::string> array_problems;
 
 /// An abort is requested by setting the library's flag, which is all that a signal handler may do.
 void request_abort(int) { __atomic_store_n(&watch, 1, __ATOMIC_RELAXED); }
@@ -31,7 +34,7 @@ void handle_interrupt(void (*handler)(int)) {
 
 }  // namespace
 
-Host::Host(ErrorStyle style, uint64_t memory_limit) {
+Host::Host(ErrorStyle style, uint64_t memory_limit, bool track_arrays) {
   ZentharRTL_initialize();
   InitRuntimeLibrary(1);
   InitRuntimeLibrary(4);
@@ -41,6 +44,10 @@ Host::Host(ErrorStyle style, uint64_t memory_limit) {
   over_limit = 0;
   MC_set_interrupt_fun(note_limit);
   MCsetlimit(memory_limit);
+  if (track_arrays) {
+    array_problems.clear();
+    initializeTensorMemoryCheck([](const char* problem) { array_problems.emplace_back(problem); });
+  }
   handle_interrupt(request_abort);
 }
 
@@ -49,6 +56,11 @@ Host::~Host() {
   MCsetlimit(0);
   MC_set_interrupt_fun(nullptr);
   DeinitializeRuntimeLibrary(1);
+}
+
+std::vector<std::string> Host::end_tracking() {
+  runTensorMemoryCheck(1);
+  return std::move(array_problems);
 }
 
 std::string error_name(int32_t code) { return ZentharRuntimeException(code).what(); }

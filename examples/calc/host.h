@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "failure.h"
 
@@ -16,11 +17,16 @@ enum ErrorStyle : int32_t { kExceptionStyle = 0, kFlagStyle = 1, kJumpStyle = 2 
 /// The library in use, from the constructor to the destructor; one at a time.
 class Host {
  public:
-  /// A limit of 0 is none.
-  Host(ErrorStyle style, uint64_t memory_limit);
+  /// A limit of 0 is none. With `track_arrays` the library watches over every array, at the price that their
+  /// memory is kept to the end.
+  Host(ErrorStyle style, uint64_t memory_limit, bool track_arrays = false);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
+
+  /// Ends the tracking, when all arrays should be gone: the problems that were found, as the library names
+  /// them.
+  std::vector<std::string> end_tracking();
 };
 
 /// An error of the library as "integer_overflow".

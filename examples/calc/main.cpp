@@ -64,22 +64,19 @@ void calculate(const Options& options) {
   if (options.memory) report_memory();
 }
 
-int run(int argc, char** argv) {
-  Options options;
+/// Tells whether every array was freed, and once.
+int report_arrays(Host& host) {
+  const std::vector<std::string> problems = host.end_tracking();
+  for (const std::string& problem : problems) std::fprintf(stderr, "arrays: %s\n", problem.c_str());
+  if (problems.empty()) std::fputs("arrays: each was freed once\n", stderr);
+  return problems.empty() ? kSuccess : kFailed;
+}
+
+/// Runs the work and prints what ends it. Returns the exit status.
+template <typename Work>
+int attempt(const Options& options, const Work& work) {
   try {
-    options = parse_options(argc, argv);
-    if (options.action == Options::Action::kHelp) {
-      std::fputs(help_text().c_str(), stdout);
-    } else if (options.action == Options::Action::kVersion) {
-      std::puts("zcalc " ZCALC_VERSION);
-    } else {
-      const Host host(options.style, options.limit);
-      if (options.action == Options::Action::kFunctions) {
-        std::fputs(function_list().c_str(), stdout);
-      } else {
-        calculate(options);
-      }
-    }
+    work();
     finish_output();
     return kSuccess;
   } catch (const Failure& failure) {
@@ -90,6 +87,29 @@ int run(int argc, char** argv) {
     std::fputs("zcalc: out of memory\n", stderr);
     return kFailed;
   }
+}
+
+int run(int argc, char** argv) {
+  using Action = Options::Action;
+  Options options;
+  int status = attempt(options, [&] {
+    options = parse_options(argc, argv);
+    if (options.action == Action::kHelp) std::fputs(help_text().c_str(), stdout);
+    if (options.action == Action::kVersion) std::puts("zcalc " ZCALC_VERSION);
+  });
+  if (status != kSuccess || options.action == Action::kHelp || options.action == Action::kVersion)
+    return status;
+
+  Host host(options.style, options.limit, options.leaks);
+  status = attempt(options, [&] {
+    if (options.action == Action::kFunctions) {
+      std::fputs(function_list().c_str(), stdout);
+    } else {
+      calculate(options);
+    }
+  });
+  if (options.leaks && report_arrays(host) != kSuccess) status = kFailed;
+  return status;
 }
 
 }  // namespace

@@ -32,7 +32,18 @@ ErrorStyle style_option(const std::string& text) {
   throw usage_failure("--style takes flag, jump or exception, not " + quoted(text));
 }
 
-enum LongOnly { kCsv = 256, kTime, kMemory, kProgress, kDigits, kLimit, kStyle, kFunctions, kVersion };
+enum LongOnly {
+  kCsv = 256,
+  kTime,
+  kMemory,
+  kLeaks,
+  kProgress,
+  kDigits,
+  kLimit,
+  kStyle,
+  kFunctions,
+  kVersion
+};
 
 constexpr option kOptions[] = {{"data", required_argument, nullptr, 'd'},
                                {"rows", required_argument, nullptr, 'n'},
@@ -40,6 +51,7 @@ constexpr option kOptions[] = {{"data", required_argument, nullptr, 'd'},
                                {"csv", no_argument, nullptr, kCsv},
                                {"time", no_argument, nullptr, kTime},
                                {"memory", no_argument, nullptr, kMemory},
+                               {"leaks", no_argument, nullptr, kLeaks},
                                {"limit", required_argument, nullptr, kLimit},
                                {"style", required_argument, nullptr, kStyle},
                                {"progress", no_argument, nullptr, kProgress},
@@ -68,6 +80,9 @@ void apply(Options& options, int option, const std::string& argument) {
       break;
     case kMemory:
       options.memory = true;
+      break;
+    case kLeaks:
+      options.leaks = true;
       break;
     case kLimit:
       options.limit = parse_byte_size(argument);
@@ -148,6 +163,7 @@ Computes an expression for every row of a data file, or of a range of numbers.
       --csv          write all rows of the results as CSV, with all digits
       --time         tell how long reading and computing took
       --memory       tell the bytes in use, their high-water mark and the limit
+      --leaks        track all arrays and tell whether each was freed once
       --limit BYTES  limit the memory for arrays (suffixes K, M, G)
       --style STYLE  let errors travel by flag (default), jump or exception
       --progress     show the progress of long work, also when standard error is no terminal

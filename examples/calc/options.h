@@ -16,6 +16,7 @@ struct Options {
   bool csv = false;
   bool time = false;
   bool memory = false;
+  bool leaks = false;
   bool progress = false;
   int64_t rows = 20;
   int digits = 10;

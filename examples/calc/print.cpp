@@ -49,7 +49,7 @@ Summary scan(const Array& array, const Order& order, const Add& add) {
     check_interrupted(i, summary.count, "summarized");
     const auto value = order(values[i]);
     add(values[i]);
-    if (value != value) continue;
+    if (std::isnan(static_cast<double>(value))) continue;
     if (summary.smallest < 0 || value < order(values[summary.smallest])) summary.smallest = i;
     if (summary.largest < 0 || value > order(values[summary.largest])) summary.largest = i;
   }

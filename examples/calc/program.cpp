@@ -58,7 +58,7 @@ class Compiler {
   Operand name(const Node& node);
   Operand call(const Node& node);
   Operand range(const Node& node);
-  mint whole_argument(size_t node);
+  mint whole_argument(size_t index);
   Operand widened(const Operand& operand, int32_t type, Span place);
   Operand copied(const Operand& operand, bool scalar, Span place);
 
@@ -138,8 +138,9 @@ Operand Compiler::literal(const Node& node) {
 }
 
 Operand Compiler::name(const Node& node) {
-  auto [array, from_data] = environment_.find(node.name);
-  program_.from_data = program_.from_data || from_data;
+  const Value value = environment_.find(node.name);
+  program_.from_data = program_.from_data || value.from_data;
+  Array array = value.array;
   if (!array) array = constant(node.name);
   if (!array) throw Failure("unknown name " + quoted(node.name), node.place, environment_.known_names());
   if (!array.is_scalar()) set_rows(array.size(), quoted(node.name), node.place);
