@@ -12,6 +12,7 @@
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -29,7 +30,7 @@ struct Outcome {
 /// A run of the calculator, read while it goes on.
 class Process {
  public:
-  explicit Process(const Arguments& arguments, const std::string& input = {}) {
+  explicit Process(const Arguments& arguments, const std::string& input = {}, bool keep_open = false) {
     int in[2], out[2], err[2];
     EXPECT_EQ(pipe2(in, O_CLOEXEC) | pipe2(out, O_CLOEXEC) | pipe2(err, O_CLOEXEC), 0);
     pid_ = fork();
@@ -43,12 +44,13 @@ class Process {
       execv(ZCALC_PATH, argv.data());
       _exit(127);
     }
+    // Inputs here are shorter than what a pipe holds, and the reader's end is open until they are written.
+    EXPECT_EQ(write(in[1], input.data(), input.size()), static_cast<ssize_t>(input.size()));
     close(in[0]);
     close(out[1]);
     close(err[1]);
-    // Inputs here are shorter than what a pipe holds.
-    EXPECT_EQ(write(in[1], input.data(), input.size()), static_cast<ssize_t>(input.size()));
-    close(in[1]);
+    if (!keep_open) close(in[1]);
+    input_ = keep_open ? in[1] : -1;
     ends_ = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
   }
 
@@ -64,6 +66,7 @@ class Process {
 
   Outcome finish() {
     while (read_some()) continue;
+    if (input_ >= 0) close(input_);
     int status = 0;
     waitpid(pid_, &status, 0);
     outcome_.status = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
@@ -89,6 +92,7 @@ class Process {
   }
 
   pid_t pid_;
+  int input_;
   std::vector<pollfd> ends_;
   Outcome outcome_;
 };
@@ -281,7 +285,7 @@ TEST(Zcalc, MistakesAreToldWithTheirPlace) {
       {{"n", "--data", "-"}, 1, "zcalc: standard input:3: column \"n\": not a number: \"x\"\n"},
       {{"1 + who", "--data", "-"}, 1, "zcalc: standard input:2: column \"who\": not a number: \"A\"\n"},
       {{"1", "--data", "/nowhere.csv"}, 1, "zcalc: cannot open /nowhere.csv: No such file or directory\n"},
-      {{"1", "--data", "/"}, 1, "zcalc: cannot read /\n"},
+      {{"1", "--data", "/"}, 1, "zcalc: cannot read /: Is a directory\n"},
       {{"foo(1)"}, 1, "zcalc: unknown function \"foo\"\n  foo(1)\n  ^~~\n  zcalc --functions lists them\n"},
       {{"sin(1, 2)"}, 1, "zcalc: sin does not take 2 arguments\n  sin(1, 2)\n  ^~~\n  it takes 1\n"},
       {{"range(2.5)"}, 1, "zcalc: range takes whole numbers\n  range(2.5)\n        ^~~\n"},
@@ -349,6 +353,18 @@ TEST(Zcalc, ControlCStopsInEveryStyle) {
     EXPECT_TRUE(contains(outcome.err, "zcalc: abort (error 34): interrupted, ")) << outcome.err;
     EXPECT_TRUE(contains(outcome.err, " of 500,000,000 rows done")) << outcome.err;
     EXPECT_EQ(outcome.out, "");
+  }
+}
+
+TEST(Zcalc, ControlCStopsWaitingForInput) {
+  Process process({"x", "--data", "-"}, "x\n1\n", true);
+  // The run gives no sign that it waits, and an interrupt before its handler is there ends it as any program.
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  process.interrupt();
+  const Outcome outcome = process.finish();
+  EXPECT_TRUE(outcome.status == 130 || outcome.status == 1000 + SIGINT) << outcome.status;
+  if (outcome.status == 130) {
+    EXPECT_EQ(outcome.err, "zcalc: abort (error 34): interrupted, while reading standard input\n");
   }
 }
 

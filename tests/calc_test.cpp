@@ -2,9 +2,8 @@
 // bad.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -222,9 +221,17 @@ struct Reading {
   std::vector<std::string> header;
 };
 
+/// Hands the text out in pieces, as a pipe does.
+ByteSource source_of(const std::string& text) {
+  return [text, at = size_t{0}](char* buffer, size_t size) mutable {
+    const size_t count = text.copy(buffer, std::min<size_t>(size, 1 + text.size() / 3), at);
+    at += count;
+    return count;
+  };
+}
+
 Reading read_csv(const std::string& text, const std::vector<size_t>& wanted) {
-  std::istringstream input(text);
-  CsvReader reader(input, "t.csv");
+  CsvReader reader(source_of(text), "t.csv");
   Reading result;
   result.columns = reader.read(wanted);
   result.header = reader.header();
@@ -319,8 +326,7 @@ TEST_F(CsvTest, RandomFieldsComeBack) {
       for (const char c : field) line.append(c == '"' ? 2 : 1, c);
       line += '"';
     }
-    std::istringstream input(line + "\r\n" + line);
-    RecordReader reader(input, "t.csv");
+    RecordReader reader(source_of(line + "\r\n" + line), "t.csv");
     std::vector<Field> read;
     for (int i = 0; i < 2; ++i) {
       ASSERT_TRUE(reader.next(read));

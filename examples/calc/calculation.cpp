@@ -1,13 +1,14 @@
 // From the text of an expression and the name of a file to results.
 #include "calculation.h"
 
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iostream>
 #include <set>
 
 #include "host.h"
@@ -17,10 +18,50 @@
 namespace zcalc {
 namespace {
 
-/// Zero for what has no size, such as a pipe.
-int64_t file_size(const std::string& file) {
-  struct stat status;
-  return stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : 0;
+/// A file that is read to its end.
+class InputFile {
+ public:
+  /// "-" is standard input.
+  explicit InputFile(const std::string& file)
+      : name_(file == "-" ? "standard input" : file),
+        descriptor_(file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (descriptor_ < 0) throw Failure("cannot open " + printable(name_) + ": " + std::strerror(errno));
+  }
+  ~InputFile() {
+    if (descriptor_ != STDIN_FILENO) close(descriptor_);
+  }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  const std::string& name() const { return name_; }
+  /// In bytes; 0 for what has no size, such as a pipe.
+  int64_t size() const {
+    struct stat status;
+    return fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : 0;
+  }
+  size_t read(char* buffer, size_t size);
+
+ private:
+  std::string name_;
+  int descriptor_;
+};
+
+/// Ctrl-C is noticed also while a pipe or a terminal has nothing to read.
+size_t InputFile::read(char* buffer, size_t size) {
+  for (;;) {
+    if (interrupted()) throw interruption("while reading " + printable(name_));
+    // Not for ever: a signal may come just before.
+    constexpr int kMilliseconds = 200;
+    pollfd input = {descriptor_, POLLIN, 0};
+    const int ready = poll(&input, 1, kMilliseconds);
+    if (ready > 0) {
+      const ssize_t count = ::read(descriptor_, buffer, size);
+      if (count >= 0) return static_cast<size_t>(count);
+    }
+    if (ready != 0 && errno != EINTR) {
+      throw Failure("cannot read " + printable(name_) + ": " + std::strerror(errno));
+    }
+  }
 }
 
 }  // namespace
@@ -50,41 +91,36 @@ std::string Calculation::known_names() const {
   return header_.size() > kShown ? text + " and " + std::to_string(header_.size() - kShown) + " more" : text;
 }
 
-void Calculation::read_data(const std::string& file) {
-  std::ifstream stream;
-  const bool standard_input = file == "-";
-  has_data_ = !file.empty();
-  if (has_data_ && !standard_input) {
-    stream.open(file, std::ios::binary);
-    if (!stream) throw Failure("cannot open " + printable(file) + ": " + std::strerror(errno));
-  }
-  std::istream empty(nullptr);
-  std::istream& input = !has_data_ ? empty : standard_input ? std::cin : stream;
-  const std::string name = standard_input ? "standard input" : file;
-
+/// The columns that the expression refers to. Throws a Failure where a name has no meaning.
+std::vector<size_t> Calculation::wanted_columns() const {
   std::vector<size_t> wanted;
-  std::optional<CsvReader> reader;
-  if (has_data_) header_ = reader.emplace(input, name).header();
   for (const Node* node : free_names()) {
     const auto column = std::find(header_.begin(), header_.end(), node->name);
     if (column == header_.end()) {
       if (constant(node->name)) continue;
       throw Failure("unknown name " + quoted(node->name), node->place, known_names());
     }
-    if (std::count(header_.begin(), header_.end(), node->name) > 1) {
+    if (std::count(column, header_.end(), node->name) > 1) {
       throw Failure("the header has more than one column " + quoted(node->name), node->place);
     }
     const auto index = static_cast<size_t>(column - header_.begin());
     if (std::find(wanted.begin(), wanted.end(), index) == wanted.end()) wanted.push_back(index);
   }
-  if (!has_data_) return;
+  return wanted;
+}
 
-  Progress progress(progress_, "reading", "bytes", standard_input ? 0 : file_size(file));
-  data_ = reader->read(wanted, [&](size_t position) {
-    if (interrupted())
-      throw interruption(grouped(static_cast<uint64_t>(position)) + " bytes of " + printable(name) + " read");
-    progress.update(static_cast<int64_t>(position));
-  });
+void Calculation::read_data(const std::string& file) {
+  has_data_ = !file.empty();
+  if (!has_data_) {
+    wanted_columns();
+    return;
+  }
+  InputFile input(file);
+  CsvReader reader([&](char* buffer, size_t size) { return input.read(buffer, size); }, input.name());
+  header_ = reader.header();
+  const std::vector<size_t> wanted = wanted_columns();
+  Progress progress(progress_, "reading", "bytes", input.size());
+  data_ = reader.read(wanted, [&](size_t position) { progress.update(static_cast<int64_t>(position)); });
   for (size_t i = 0; i < wanted.size(); ++i) values_[header_[wanted[i]]] = {data_.arrays[i], true};
 }
 

@@ -34,6 +34,7 @@ class Calculation {
 
  private:
   std::vector<const Node*> free_names() const;
+  std::vector<size_t> wanted_columns() const;
   std::string known_names() const;
   Value find(const std::string& name) const;
 

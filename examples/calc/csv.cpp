@@ -104,7 +104,8 @@ std::optional<size_t> find_label_column(const std::vector<Field>& fields) {
 
 }  // namespace
 
-RecordReader::RecordReader(std::istream& input, std::string file) : input_(input), file_(std::move(file)) {
+RecordReader::RecordReader(ByteSource source, std::string file)
+    : source_(std::move(source)), file_(std::move(file)) {
   fill();
   if (buffer_.compare(0, 3, "\xef\xbb\xbf") == 0) at_ = 3;
 }
@@ -116,10 +117,8 @@ void RecordReader::fail(size_t line, const std::string& message) const {
 bool RecordReader::fill() {
   consumed_ += buffer_.size();
   buffer_.resize(kBufferSize);
-  input_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
-  buffer_.resize(static_cast<size_t>(input_.gcount()));
+  buffer_.resize(source_(buffer_.data(), buffer_.size()));
   at_ = 0;
-  if (input_.bad()) throw Failure("cannot read " + printable(file_));
   return !buffer_.empty();
 }
 
@@ -191,7 +190,7 @@ bool RecordReader::next(std::vector<Field>& fields) {
   }
 }
 
-CsvReader::CsvReader(std::istream& input, const std::string& file) : records_(input, file) {
+CsvReader::CsvReader(ByteSource source, const std::string& file) : records_(std::move(source), file) {
   std::vector<Field> fields;
   if (!records_.next(fields)) throw Failure(printable(file) + ": no header line, the file is empty");
   for (Field& field : fields) header_.emplace_back(trimmed(field.text));

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <istream>
 #include <string>
 #include <vector>
 
@@ -17,15 +16,18 @@
 
 namespace zcalc {
 
+/// Reads up to so many bytes into the buffer and returns their number, 0 at the end; throws when it cannot.
+using ByteSource = std::function<size_t(char* buffer, size_t size)>;
+
 struct Field {
   std::string text;
   size_t line = 0;
 };
 
-/// Splits the bytes of a stream into records of fields. Mistakes are Failures with file and line.
+/// Splits bytes into records of fields. Mistakes are Failures with file and line.
 class RecordReader {
  public:
-  RecordReader(std::istream& input, std::string file);
+  RecordReader(ByteSource source, std::string file);
 
   /// The fields of the next record that is not an empty line; false at the end.
   bool next(std::vector<Field>& fields);
@@ -44,7 +46,7 @@ class RecordReader {
   void read_quoted(Field& field);
   void read_plain(Field& field);
 
-  std::istream& input_;
+  ByteSource source_;
   std::string file_;
   std::string buffer_;
   size_t at_ = 0;
@@ -66,7 +68,7 @@ struct Columns {
 class CsvReader {
  public:
   /// Reads the header.
-  CsvReader(std::istream& input, const std::string& file);
+  CsvReader(ByteSource source, const std::string& file);
 
   const std::vector<std::string>& header() const { return header_; }
   /// Reads the rest. `watch` is called now and then with the bytes read so far and may throw.

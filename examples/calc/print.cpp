@@ -56,41 +56,43 @@ Summary scan(const Array& array, const Order& order, const Add& add) {
   return summary;
 }
 
-/// A cell and its column's alignment live in `Table`; widths are counted in characters.
-class Table {
+/// Cells under each other: the first column to the left, as many as there are results to the right, a remark
+/// behind them to the left. All rows are measured before the first is printed; none is kept.
+class Layout {
  public:
   using Row = std::vector<std::string>;
 
-  void add(Row row) { rows_.push_back(std::move(row)); }
-  void add_rule() { rows_.emplace_back(); }
-  /// The first column to the left, the others to the right, except a remark behind them.
-  void print(std::FILE* out, size_t right_aligned) const;
+  explicit Layout(size_t results) : widths_(results + 1) {}
+
+  void measure(const Row& row);
+  void print(std::FILE* out, const Row& row) const;
+  void print_rule(std::FILE* out) const;
 
  private:
-  std::vector<Row> rows_;
+  std::vector<size_t> widths_;
 };
 
-void Table::print(std::FILE* out, size_t right_aligned) const {
-  std::vector<size_t> widths;
-  for (const Row& row : rows_) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], display_width(row[i]));
+void Layout::measure(const Row& row) {
+  for (size_t i = 0; i < std::min(row.size(), widths_.size()); ++i) {
+    widths_[i] = std::max(widths_[i], display_width(row[i]));
   }
-  for (const Row& row : rows_) {
-    std::string line;
-    for (size_t i = 0; i < (row.empty() ? right_aligned + 1 : row.size()); ++i) {
-      if (i > 0) line += "  ";
-      if (row.empty()) {
-        line += std::string(widths[i], '-');
-      } else {
-        const std::string padding(widths[i] - display_width(row[i]), ' ');
-        const bool right = i > 0 && i <= right_aligned;
-        line += right ? padding + row[i] : row[i] + padding;
-      }
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    std::fprintf(out, "%s\n", line.c_str());
+}
+
+void Layout::print(std::FILE* out, const Row& row) const {
+  std::string line;
+  for (size_t i = 0; i < row.size(); ++i) {
+    if (i > 0) line += "  ";
+    const std::string padding(i < widths_.size() ? widths_[i] - display_width(row[i]) : 0, ' ');
+    line += i == 0 ? row[i] + padding : padding + row[i];
   }
+  line.erase(line.find_last_not_of(' ') + 1);
+  std::fprintf(out, "%s\n", line.c_str());
+}
+
+void Layout::print_rule(std::FILE* out) const {
+  std::string line;
+  for (const size_t width : widths_) line.append(line.empty() ? "" : "  ").append(width, '-');
+  std::fprintf(out, "%s\n", line.c_str());
 }
 
 class ListPrinter {
@@ -100,17 +102,19 @@ class ListPrinter {
     for (const Result* list : lists_) labelled_ = labelled_ && list->value.from_data;
   }
 
-  void print(std::FILE* out);
+  void print(std::FILE* out) const;
 
  private:
   std::string row_name(mint row) const;
-  void add_summaries();
+  Layout::Row titles() const;
+  Layout::Row cells(mint row) const;
+  std::vector<Layout::Row> summaries() const;
+  std::string remark(mint row) const;
 
   const std::vector<const Result*>& lists_;
   const Columns& data_;
   const TableOptions& options_;
   bool labelled_;
-  Table table_;
 };
 
 std::string ListPrinter::row_name(mint row) const {
@@ -118,64 +122,71 @@ std::string ListPrinter::row_name(mint row) const {
   return printable(first_columns(data_.labels[static_cast<size_t>(row)], kMaxLabel));
 }
 
-void ListPrinter::print(std::FILE* out) {
-  const mint count = lists_.front()->value.array.size();
-  const mint shown = std::min(count, options_.rows);
-  if (shown > 0) {
-    Table::Row titles = {labelled_ ? printable(first_columns(data_.label_name, kMaxLabel)) : "row"};
-    for (const Result* list : lists_) {
-      const bool cut = display_width(list->title) > kMaxTitle;
-      titles.push_back(printable(first_columns(list->title, kMaxTitle)) + (cut ? "..." : ""));
-    }
-    table_.add(titles);
-    table_.add_rule();
-    for (mint row = 0; row < shown; ++row) {
-      check_interrupted(row, shown, "shown");
-      Table::Row cells = {row_name(row)};
-      for (const Result* list : lists_)
-        cells.push_back(element_text(list->value.array, row, options_.digits));
-      table_.add(std::move(cells));
-    }
-    if (shown < count) table_.add(Table::Row{"..."});
-    table_.add_rule();
+Layout::Row ListPrinter::titles() const {
+  Layout::Row row = {labelled_ ? printable(first_columns(data_.label_name, kMaxLabel)) : "row"};
+  for (const Result* list : lists_) {
+    const bool cut = display_width(list->title) > kMaxTitle;
+    row.push_back(printable(first_columns(list->title, kMaxTitle)) + (cut ? "..." : ""));
   }
-  add_summaries();
-  table_.print(out, lists_.size());
+  return row;
 }
 
-void ListPrinter::add_summaries() {
-  std::vector<Summary> summaries;
-  for (const Result* list : lists_) summaries.push_back(summarize(list->value.array));
-  const bool complex = std::any_of(lists_.begin(), lists_.end(),
-                                   [](const Result* list) { return list->value.array.type() == kComplex; });
-  Table::Row counts = {"count"};
-  Table::Row smallest = {"smallest"};
-  Table::Row largest = {"largest"};
-  Table::Row means = {"mean"};
-  for (size_t i = 0; i < lists_.size(); ++i) {
-    const Array& array = lists_[i]->value.array;
-    const Summary& s = summaries[i];
-    counts.push_back(grouped(s.count));
-    smallest.push_back(s.smallest < 0 ? "-" : element_text(array, s.smallest, options_.digits));
-    largest.push_back(s.largest < 0 ? "-" : element_text(array, s.largest, options_.digits));
-    const std::string mean = real_text(s.mean.re, options_.digits);
-    means.push_back(s.count == 0               ? "-"
-                    : array.type() == kComplex ? complex_text(mean, real_text(s.mean.im, options_.digits))
-                                               : mean);
+Layout::Row ListPrinter::cells(mint row) const {
+  Layout::Row result = {row_name(row)};
+  for (const Result* list : lists_) result.push_back(element_text(list->value.array, row, options_.digits));
+  return result;
+}
+
+/// Which row an extreme value stands in.
+std::string ListPrinter::remark(mint row) const {
+  if (row < 0) return {};
+  const std::string by = lists_.front()->value.array.type() == kComplex ? "by modulus, " : "";
+  return "(" + by + (labelled_ ? "" : "row ") + row_name(row) + ")";
+}
+
+std::vector<Layout::Row> ListPrinter::summaries() const {
+  std::vector<Layout::Row> rows = {{"count"}, {"smallest"}, {"largest"}, {"mean"}};
+  for (const Result* list : lists_) {
+    const Array& array = list->value.array;
+    const Summary summary = summarize(array);
+    const auto element = [&](mint row) { return row < 0 ? "-" : element_text(array, row, options_.digits); };
+    std::string mean = real_text(summary.mean.re, options_.digits);
+    if (array.type() == kComplex) mean = complex_text(mean, real_text(summary.mean.im, options_.digits));
+    rows[0].push_back(grouped(summary.count));
+    rows[1].push_back(element(summary.smallest));
+    rows[2].push_back(element(summary.largest));
+    rows[3].push_back(summary.count == 0 ? "-" : mean);
+    // Where there is one list there is room for more.
+    if (lists_.size() == 1) {
+      rows[1].push_back(remark(summary.smallest));
+      rows[2].push_back(remark(summary.largest));
+    }
   }
-  // Where there is one list there is room to say which rows they are.
-  if (lists_.size() == 1) {
-    const auto remark = [&](mint row) {
-      const std::string by = complex ? "by modulus, " : "";
-      return row < 0 ? std::string() : "(" + by + (labelled_ ? "" : "row ") + row_name(row) + ")";
-    };
-    smallest.push_back(remark(summaries[0].smallest));
-    largest.push_back(remark(summaries[0].largest));
+  return rows;
+}
+
+void ListPrinter::print(std::FILE* out) const {
+  const mint count = lists_.front()->value.array.size();
+  const mint shown = std::min(count, options_.rows);
+  const std::vector<Layout::Row> tail = summaries();
+  Layout layout(lists_.size());
+  for (const Layout::Row& row : tail) layout.measure(row);
+  if (shown > 0) {
+    layout.measure(titles());
+    for (mint row = 0; row < shown; ++row) {
+      check_interrupted(row, shown, "measured");
+      layout.measure(cells(row));
+    }
+    layout.print(out, titles());
+    layout.print_rule(out);
+    for (mint row = 0; row < shown; ++row) {
+      check_interrupted(row, shown, "shown");
+      layout.print(out, cells(row));
+    }
+    if (shown < count) layout.print(out, {"..."});
+    layout.print_rule(out);
   }
-  table_.add(std::move(counts));
-  table_.add(std::move(smallest));
-  table_.add(std::move(largest));
-  table_.add(std::move(means));
+  for (const Layout::Row& row : tail) layout.print(out, row);
 }
 
 /// Text as a field of a CSV line.
