@@ -1,14 +1,19 @@
-// The calculator's parser and CSV reader: what they make of good input, and where they see the mistake in
-// bad.
+// The calculator's parts: what parser and CSV reader make of good input, where they see the mistake in bad,
+// and the values that programs give.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <complex>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "calculation.h"
 #include "csv.h"
 #include "options.h"
+#include "print.h"
 #include "syntax.h"
 #include "text.h"
 
@@ -348,6 +353,131 @@ TEST_F(CsvTest, LongColumnsAreWhole) {
     ASSERT_EQ(columns.arrays[1].data<mreal>()[i], static_cast<mreal>(-i));
   }
   EXPECT_EQ(columns.arrays[1].data<mreal>()[49999], 0.5);
+}
+
+// Random expressions over integers, reals and complexes, on more rows than a chunk has, against plain
+// arithmetic. All values are small multiples of a half, so that both sides are exact: what differs is a
+// register taken twice, an operand overwritten, a type or an offset gone wrong.
+class RandomExpression {
+ public:
+  static constexpr mint kRows = 70000;
+  static constexpr const char* kPrelude = "n = range(70000) - 9; r = n*0.5; z = r + 2i*n; ";
+
+  explicit RandomExpression(uint32_t seed) : random_(seed) {}
+
+  struct Term {
+    std::string text;
+    int32_t type;
+    std::function<std::complex<double>(mint row)> value;
+  };
+
+  Term term(int depth) {
+    const auto choice = depth == 0 ? random_() % 6 : 6 + random_() % 5;
+    const auto number = static_cast<double>(random_() % 7);
+    const auto n = [](mint row) { return static_cast<double>(row - 8); };
+    switch (choice) {
+      case 0:
+        return {"n", kInteger, [=](mint row) { return n(row); }};
+      case 1:
+        return {"r", kReal, [=](mint row) { return 0.5 * n(row); }};
+      case 2:
+        return {"z", kComplex, [=](mint row) { return std::complex<double>(0.5 * n(row), 2 * n(row)); }};
+      case 3:
+        return {real_text(number), kInteger, [=](mint) { return number; }};
+      case 4:
+        return {real_text(number) + ".5", kReal, [=](mint) { return number + 0.5; }};
+      case 5:
+        return {"range(-7, 69992)", kInteger, [=](mint row) { return n(row) + 1; }};
+      case 6: {
+        const Term a = term(depth - 1);
+        return {"(-(" + a.text + "))", a.type, [=](mint row) { return -a.value(row); }};
+      }
+      case 7: {
+        const Term a = term(depth - 1);
+        return {"(" + a.text + ")*2", a.type, [=](mint row) { return 2.0 * a.value(row); }};
+      }
+      default: {
+        const Term a = term(random_() % static_cast<uint32_t>(depth));
+        const Term b = term(depth - 1);
+        const double sign = choice == 8 ? 1.0 : -1.0;
+        return {"(" + a.text + (choice == 8 ? " + " : " - ") + b.text + ")", std::max(a.type, b.type),
+                [=](mint row) { return a.value(row) + sign * b.value(row); }};
+      }
+    }
+  }
+
+ private:
+  std::mt19937 random_;
+};
+
+std::complex<double> element(const Array& array, mint row) {
+  if (array.type() == kInteger) return static_cast<double>(array.data<mint>()[row]);
+  if (array.type() == kReal) return array.data<mreal>()[row];
+  const mcomplex z = array.data<mcomplex>()[row];
+  return {z.re, z.im};
+}
+
+TEST(Evaluate, RandomExpressionsAgainstPlainArithmetic) {
+  const Host host(kFlagStyle, 0);
+  for (uint32_t seed = 0; seed < 300; ++seed) {
+    const RandomExpression::Term term = RandomExpression(seed).term(1 + static_cast<int>(seed % 8));
+    const std::string text = RandomExpression::kPrelude + term.text;
+    Calculation calculation(text, false);
+    calculation.read_data("");
+    const std::vector<Result> results = calculation.run();
+    const Array& array = results.back().value.array;
+    ASSERT_EQ(array.type(), term.type) << text;
+    if (array.is_scalar()) {
+      ASSERT_EQ(element(array, 0), term.value(0)) << text;
+      continue;
+    }
+    ASSERT_EQ(array.size(), RandomExpression::kRows) << text;
+    for (mint row = 0; row < RandomExpression::kRows; row += row % 32768 == 1 ? 32766 : 1) {
+      ASSERT_EQ(element(array, row), term.value(row)) << text << " in row " << row;
+    }
+  }
+}
+
+// Of constants and data of one name the data wins, and a bound name hides both.
+TEST(Evaluate, NamesHideEachOther) {
+  const Host host(kFlagStyle, 0);
+  const auto value = [](const std::string& text) {
+    Calculation calculation(text, false);
+    calculation.read_data("");
+    return element(calculation.run().back().value.array, 0).real();
+  };
+  EXPECT_EQ(value("e = 2; e = e + 1; e * pi / pi"), 3.0);
+  EXPECT_EQ(value("pi = 4; pi^2"), 16.0);
+}
+
+TEST(Summary, OfEveryType) {
+  const Host host(kFlagStyle, 0);
+  Array integers = Array::allocate(kInteger, 3);
+  const mint whole[] = {INT64_MAX, INT64_MAX, INT64_MAX - 3};
+  std::copy(std::begin(whole), std::end(whole), integers.data<mint>());
+  Summary summary = summarize(integers);
+  EXPECT_EQ(summary.smallest, 2);
+  EXPECT_EQ(summary.largest, 0);
+  EXPECT_EQ(summary.mean.re, 0x1p63);
+
+  Array reals = Array::allocate(kReal, 4);
+  const mreal real[] = {NAN, 1.5e308, 1.5e308, -1.0};
+  std::copy(std::begin(real), std::end(real), reals.data<mreal>());
+  summary = summarize(reals);
+  EXPECT_EQ(summary.smallest, 3);
+  EXPECT_EQ(summary.largest, 1);
+  EXPECT_TRUE(std::isnan(summary.mean.re));
+  reals.data<mreal>()[0] = 1.5e308;
+  EXPECT_EQ(summarize(reals).mean.re, 1.125e308);
+
+  Array complexes = Array::allocate(kComplex, 3);
+  const mcomplex complex[] = {{3, -4}, {0, 1}, {-3, 3}};
+  std::copy(std::begin(complex), std::end(complex), complexes.data<mcomplex>());
+  summary = summarize(complexes);
+  EXPECT_EQ(summary.smallest, 1);
+  EXPECT_EQ(summary.largest, 0);
+  EXPECT_EQ(summary.mean.re, 0.0);
+  EXPECT_EQ(summary.mean.im, 0.0);
 }
 
 TEST(Text, ForeignBytesAreMadePrintable) {
