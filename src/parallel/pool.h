@@ -37,6 +37,9 @@ inline constexpr size_t kLine =
 
 struct Pool;
 
+// A word of a record, which is plain C to its readers, as one that several threads write.
+inline std::atomic_ref<int32_t> shared(int32_t& word) { return std::atomic_ref<int32_t>(word); }
+
 struct alignas(kLine) Worker : st_ParallelThread {
   alignas(kLine) st_ParallelThreadRange range{};
   alignas(kLine) std::atomic<int32_t> returned{
@@ -175,6 +178,9 @@ void drop_pool();  // unlinks the process's pool; the workers end with the last 
 
 void add_start_hook(ParallelStartHook hook);
 void call_start_hooks(ParallelThread thread);
+
+void serve_as_worker(void* record);  // what a worker's thread runs
+void enter_as_worker(Pool& pool);    // loops of this thread are guests of that pool from now on
 
 template <class Assign>
 void Pool::run_on_each(Assign assign) {
