@@ -56,10 +56,6 @@ ZENTHAR_INLINE void* data_after_header(Block* block, bool aligned) {
   return words + 2;
 }
 
-ZENTHAR_INLINE void write_header(Block* block, const Slab* slab) {
-  *reinterpret_cast<uint64_t*>(block) = reinterpret_cast<uintptr_t>(slab) | kSlabMark;
-}
-
 // Takes a block that is at hand, or from the front slab of the class; null when something wants a second
 // thought. A block with a header is linked through the word after it.
 template <bool kHeader>
@@ -107,7 +103,6 @@ ZENTHAR_NOINLINE void* allocate_slow(size_t size, bool aligned, int32_t failmode
   void* data = block;
   if (size > kLargestSmall) {
     guard::open(block, 16);
-    write_header(block, size_class->available);
     data = data_after_header(block, aligned);
     guard::close(block, 16);
   }

@@ -15,14 +15,15 @@ namespace zenthar::memory {
 
 namespace {
 
-constexpr uint32_t kCarveBytes = 4096;     // so much is carved into free blocks at a time
-constexpr size_t kRecentBytes = 65536;     // so much of a class at most is kept at hand
-constexpr uint32_t kCarveBlocks = 16;      // or so many, of the larger of the small blocks
-constexpr uint64_t kDrainInterval = 5000;  // time stamp ticks between drains on the way of requests
+constexpr uint32_t kCarveBytes = 4096;        // so much is carved into free blocks at a time
+constexpr size_t kRecentBytes = 65536;        // so much of a class at most is kept at hand
+constexpr uint32_t kCarveBlocks = 16;         // or so many, of the larger of the small blocks
+constexpr uint64_t kDrainInterval = 5000;     // time stamp ticks between drains on the way of requests
+constexpr uint64_t kTakenOverBytes = 262144;  // chains up to here are kept at hand as they are
 constexpr uint32_t kNeverWakes = ~uint32_t{0};
 
 // The value of `remote` once the owner has ended.
-Block* closed_list() { return reinterpret_cast<Block*>(uintptr_t{1}); }
+constexpr uint64_t kClosed = 1;
 
 void link_slab(Slab* slab) {
   SizeClass* size_class = slab->size_class;
@@ -109,6 +110,7 @@ Block* pop(Slab* slab) {
   Block* block = slab->free;
   guard::open(block, sizeof(Block));
   slab->free = block->next;
+  if (slab->size_class->index > kSmallClasses) write_header(block, slab);
   guard::close(block, sizeof(Block));
   ++slab->used;
   return block;
@@ -168,6 +170,47 @@ void return_all_queued(const SizeClass* size_class, Block* link) {
   }
 }
 
+void put_back_all(const SizeClass* size_class, Block* link) {
+  while (link) {
+    Block* next = next_queued(link);
+    const Place place = place_of(size_class, link);
+    put_back(place.slab, place.block);
+    link = next;
+  }
+}
+
+// Makes what other threads have freed the blocks at hand when there are none.
+void hand_on_returned(SizeClass* size_class) {
+  if (size_class->recent) return;
+  const Chain chain = std::exchange(size_class->returned, Chain());
+  size_class->recent = chain.first();
+  size_class->recent_count = uint32_t(chain.count());
+}
+
+Block* take_recent(SizeClass* size_class) {
+  hand_on_returned(size_class);
+  Block* link = size_class->recent;
+  if (!link) return nullptr;
+  size_class->recent = link->next;
+  --size_class->recent_count;
+  return size_class->index <= kSmallClasses ? link : link - 1;
+}
+
+// Keeps a chain that other threads have freed at hand without a look at its blocks, which are in the caches
+// of others, unless it is long or the one before has not been used up: then its blocks go back to their
+// slabs.
+void take_over(SizeClass* size_class, Chain freed) {
+  hand_on_returned(size_class);
+  if (size_class->returned.first() || guard::watching() || freed.count() == Chain::kMany ||
+      freed.count() * size_class->block_size > kTakenOverBytes) {
+    return_all_queued(size_class, freed.first());
+    return;
+  }
+  discharge(size_class->owner, freed.count() * size_class->block_size);
+  size_class->returned = freed;
+  hand_on_returned(size_class);
+}
+
 // What CompactifyMemory() set aside has left the figures already: it enters them again as it is returned.
 Block* take_aside(SizeClass* size_class) {
   ThreadAllocator* owner = size_class->owner;
@@ -194,12 +237,16 @@ void initialise_class(SizeClass* size_class, ThreadAllocator* owner, size_t inde
   size_class->slab_pages = uint32_t(chunks * (kChunkSize >> kPageShift));
   size_class->blocks_per_slab = uint32_t(chunks * kChunkSize / size);
   owner->remote_pending[index].store(0, std::memory_order_relaxed);
-  size_class->remote.store(nullptr, std::memory_order_relaxed);
+  size_class->remote.store(0, std::memory_order_relaxed);
 }
 
 Block* take_block(SizeClass* size_class) {
+  if (Block* block = take_recent(size_class)) return block;
   if (size_class->available->free) return pop(size_class->available);
-  if (pending(size_class).load(std::memory_order_relaxed)) drain(size_class);
+  if (pending(size_class).load(std::memory_order_relaxed)) {
+    drain(size_class);
+    if (Block* block = take_recent(size_class)) return block;
+  }
   for (;;) {
     Slab* slab = size_class->available;
     if (slab == &no_slab) {
@@ -219,12 +266,8 @@ void return_block(Slab* slab, Block* block) {
 
 void flush_recent(SizeClass* size_class) {
   size_class->recent_count = 0;
-  for (Block* link = std::exchange(size_class->recent, nullptr); link;) {
-    Block* next = link->next;
-    const Place place = place_of(size_class, link);
-    put_back(place.slab, place.block);
-    link = next;
-  }
+  put_back_all(size_class, std::exchange(size_class->recent, nullptr));
+  put_back_all(size_class, std::exchange(size_class->returned, Chain()).first());
 }
 
 void wake_slab(Slab* slab) {
@@ -248,11 +291,13 @@ void wake_slab(Slab* slab) {
 
 bool push_remote(SizeClass* size_class, Block* block) {
   Block* link = queued(size_class, block);
-  Block* head = size_class->remote.load(std::memory_order_relaxed);
+  uint64_t head = size_class->remote.load(std::memory_order_relaxed);
+  uint64_t longer;
   do {
-    if (head == closed_list()) return false;
-    set_next_queued(link, head);
-  } while (!size_class->remote.compare_exchange_weak(head, link, std::memory_order_acq_rel));
+    if (head == kClosed) return false;
+    set_next_queued(link, Chain(head).first());
+    longer = Chain(link, Chain(head).count() + 1).word();
+  } while (!size_class->remote.compare_exchange_weak(head, longer, std::memory_order_acq_rel));
   // The owner may have taken the block and ended by now; allocators are recycled, so the word is still one.
   if (!pending(size_class).load(std::memory_order_relaxed))
     pending(size_class).store(1, std::memory_order_relaxed);
@@ -261,9 +306,9 @@ bool push_remote(SizeClass* size_class, Block* block) {
 
 void drain(SizeClass* size_class) {
   pending(size_class).store(0, std::memory_order_relaxed);
-  Block* freed = size_class->remote.exchange(nullptr, std::memory_order_acq_rel);
+  const Chain freed(size_class->remote.exchange(0, std::memory_order_acq_rel));
   return_all_queued(size_class, take_aside(size_class));
-  return_all_queued(size_class, freed);
+  take_over(size_class, freed);
 }
 
 void drain_when_due(SizeClass* size_class) {
@@ -279,7 +324,7 @@ void drain_all(ThreadAllocator* allocator) {
 }
 
 void set_aside(SizeClass* size_class) {
-  Block* freed = size_class->remote.exchange(nullptr, std::memory_order_acq_rel);
+  Block* freed = Chain(size_class->remote.exchange(0, std::memory_order_acq_rel)).first();
   if (!freed) return;
   ThreadAllocator* owner = size_class->owner;
   const AllocatorLock lock(owner);
@@ -296,9 +341,9 @@ void set_aside(SizeClass* size_class) {
 }
 
 void close_remote(SizeClass* size_class) {
-  Block* freed = size_class->remote.exchange(closed_list(), std::memory_order_acq_rel);
+  const Chain freed(size_class->remote.exchange(kClosed, std::memory_order_acq_rel));
   return_all_queued(size_class, take_aside(size_class));
-  return_all_queued(size_class, freed);
+  return_all_queued(size_class, freed.first());
 }
 
 void release_empty_slabs(SizeClass* size_class) {

@@ -10,8 +10,13 @@ namespace zenthar::memory {
 
 void initialise_class(SizeClass* size_class, ThreadAllocator* owner, size_t index);
 
-// Takes a block whatever it needs: free blocks of other slabs, fresh ones, a new slab. Null when there is
-// none.
+// The word before the data of a block above kLargestSmall.
+inline void write_header(Block* block, const Slab* slab) {
+  *reinterpret_cast<uint64_t*>(block) = reinterpret_cast<uintptr_t>(slab) | kSlabMark;
+}
+
+// Takes a block, with its header if it has one, whatever it needs: free blocks of other slabs, fresh ones, a
+// new slab. Null when there is none.
 Block* take_block(SizeClass* size_class);
 
 // Gives a block back to its slab, its owner's accounts included.

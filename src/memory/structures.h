@@ -33,6 +33,25 @@ struct Block {
   Block* next;
 };
 
+// A chain of blocks and their number in one word, so that one atomic operation changes both. The number stops
+// at its largest value, which then means that or more.
+class Chain {
+ public:
+  static constexpr uint64_t kMany = 0xffff;
+
+  constexpr Chain() = default;
+  explicit constexpr Chain(uint64_t word) : word_(word) {}
+  Chain(Block* first, uint64_t count)
+      : word_(reinterpret_cast<uintptr_t>(first) | (count < kMany ? count : kMany) << 48) {}
+
+  Block* first() const { return reinterpret_cast<Block*>(word_ & 0xffffffffffff); }
+  uint64_t count() const { return word_ >> 48; }
+  constexpr uint64_t word() const { return word_; }
+
+ private:
+  uint64_t word_ = 0;
+};
+
 struct Slab {
   Block* free;    // free blocks, most recently freed first
   uint32_t used;  // blocks handed out and not yet back on `free`
@@ -65,9 +84,11 @@ struct alignas(128) SizeClass {
   Slab* cached;                // the slab that was empty last: kept while it stays so
   uint32_t block_size;
   uint32_t slabs;       // owned
+  Chain returned;       // freed by other threads and taken over as they were: at hand behind `recent`
   uint64_t drained_at;  // time stamp of the last drain
 
-  alignas(64) std::atomic<Block*> remote;  // freed by other threads; closed_list() when the owner has ended
+  // A Chain freed by other threads; closed when the owner has ended.
+  alignas(64) std::atomic<uint64_t> remote;
   ThreadAllocator* owner;
   KMutex mutex;          // the owner's mutex; guards `aside`
   Block* aside;          // taken off `remote` by CompactifyMemory(), waiting for the owner
