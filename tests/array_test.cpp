@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstring>
@@ -604,6 +606,34 @@ TEST_F(Array, ScratchArraysEndWithTheirThread) {
     other.join();
   }
   pthread_key_delete(late_key);
+}
+
+// A child forked while other threads begin and end has the forking thread's arrays and can make and free its
+// own.
+TEST_F(Array, ScratchArraysAfterFork) {
+  mint value = 11;
+  MNumericArray* mine = MNumericArray_loadSharedRank0(&value, 7, 0);
+  std::atomic<bool> stop{false};
+  std::thread busy([&] {
+    while (!stop) std::thread([] { MNumericArray_loadSharedRank0(nullptr, 7, 0); }).join();
+  });
+  for (int round = 0; round < 20; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(20);
+      bool right = *static_cast<mint*>((*mine)->data) == 11;
+      DeinitializeRuntimeLibrary(0);
+      value = 12;
+      MNumericArray* again = MNumericArray_loadSharedRank0(&value, 7, 1);
+      right = right && again && *static_cast<mint*>((*again)->data) == 12;
+      _exit(right ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  stop = true;
+  busy.join();
 }
 
 // A tear-down frees the arrays of threads that still run; they get new ones when they ask again.

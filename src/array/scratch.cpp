@@ -3,6 +3,8 @@
 //
 // A thread's scratch arrays belong to a record, and the record to an entry in a list of all threads' entries,
 // so that both the end of the thread and the tear-down of the library find what there is to free.
+#include <pthread.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -74,6 +76,10 @@ void free_entry(void* value) {
 }
 
 zenthar::ThreadEnd& thread_end() {
+  // A fork waits until nobody holds the list, so that the child finds it whole and can lock it.
+  static const int fork_handled = pthread_atfork([] { entries_mutex.lock(); }, [] { entries_mutex.unlock(); },
+                                                 [] { entries_mutex.unlock(); });
+  static_cast<void>(fork_handled);
   static zenthar::ThreadEnd instance(free_entry);
   return instance;
 }
@@ -84,13 +90,14 @@ ThreadEntry* get_entry() {
   if (thread_entry) return thread_entry;
   auto* entry = static_cast<ThreadEntry*>(std::malloc(sizeof(ThreadEntry)));
   if (!entry) return nullptr;
+  zenthar::ThreadEnd& at_end = thread_end();
   {
     const std::lock_guard lock(entries_mutex);
     *entry = {nullptr, entries, &entries};
     if (entries) entries->link = &entry->next;
     entries = entry;
   }
-  thread_end().arm(entry);
+  at_end.arm(entry);
   return thread_entry = entry;
 }
 
