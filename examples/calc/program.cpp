@@ -46,6 +46,9 @@ int32_t find_kernel(Step& step, int32_t operation, const Types& t) {
   }
 }
 
+/// A call that makes rows instead of computing with them.
+bool is_generator(const Node& node) { return node.kind == Node::Kind::kCall && node.name == "range"; }
+
 class Compiler {
  public:
   Compiler(const std::vector<Node>& nodes, const Environment& environment)
@@ -66,7 +69,6 @@ class Compiler {
   Operand add_step(Step step, int32_t type);
   size_t take_register(const Step& step, int32_t type, bool scalar);
   void set_rows(mint rows, const std::string& what, Span place);
-  bool is_generator(const Node& node) const;
 
   const std::vector<Node>& nodes_;
   const Environment& environment_;
@@ -87,9 +89,9 @@ Program Compiler::run() {
   // The arguments of a generator are programs of their own, so their nodes are not steps of this one.
   std::vector<bool> elsewhere(nodes_.size(), false);
   for (size_t i = 0; i < nodes_.size(); ++i) {
-    if (is_generator(nodes_[i]))
-      std::fill(elsewhere.begin() + static_cast<ptrdiff_t>(nodes_[i].first),
-                elsewhere.begin() + static_cast<ptrdiff_t>(i), true);
+    if (!is_generator(nodes_[i])) continue;
+    std::fill(elsewhere.begin() + static_cast<ptrdiff_t>(nodes_[i].first),
+              elsewhere.begin() + static_cast<ptrdiff_t>(i), true);
   }
   for (size_t i = 0; i < nodes_.size(); ++i) {
     if (elsewhere[i]) continue;
@@ -110,10 +112,6 @@ Program Compiler::run() {
   if (program_.result.scalar) program_.rows = 1;
   program_.register_count = registers_.size();
   return std::move(program_);
-}
-
-bool Compiler::is_generator(const Node& node) const {
-  return node.kind == Node::Kind::kCall && node.name == "range";
 }
 
 Operand Compiler::add_array(Array array) {
@@ -245,8 +243,9 @@ Operand Compiler::call(const Node& node) {
     return add_step(std::move(step), type);
   }
   std::string operands;
-  for (size_t i = 0; i < node.argument_count; ++i)
-    operands += (i == 0 ? "" : ", ") + std::string(type_name(types[i]));
+  for (size_t i = 0; i < node.argument_count; ++i) {
+    operands.append(i == 0 ? "" : ", ").append(type_name(types[i]));
+  }
   throw Failure("no kernel for " + node.name + "(" + operands + ")", node.place);
 }
 
@@ -261,8 +260,9 @@ Operand Compiler::widened(const Operand& operand, int32_t type, Span place) {
   step.place = place;
   const int32_t plus = MNumericArray_getMachFuncID("plus", 2);
   const int32_t result = find_kernel(step, plus, {operand.type, type, 0});
-  if (result != type)
+  if (result != type) {
     throw Failure(std::string("cannot turn ") + type_name(operand.type) + " into " + type_name(type), place);
+  }
   return add_step(std::move(step), type);
 }
 
