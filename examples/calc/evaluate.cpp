@@ -18,9 +18,6 @@
 namespace zcalc {
 namespace {
 
-// Above the length from which kernels use several threads, and a few registers of it fit the second-level
-// cache.
-constexpr mint kChunk = 32768;
 // Reals that are no numbers, and integers that overflow, are errors.
 constexpr uint32_t kChecks = ZENTHAR_CHECK_REALS | ZENTHAR_CHECK_OVERFLOW;
 
@@ -204,8 +201,8 @@ Value evaluate(const Program& program, const EvaluateOptions& options) {
   Array result = Array::allocate(program.result.type, program.rows, program.result.scalar ? 0 : 1);
   Machine machine(program, result.get());
   Progress progress(options.progress, "computing", "rows", program.rows);
-  for (mint start = 0; start < program.rows; start += kChunk) {
-    const mint count = std::min(kChunk, program.rows - start);
+  for (mint start = 0; start < program.rows; start += kChunkRows) {
+    const mint count = std::min(kChunkRows, program.rows - start);
     const Outcome outcome = machine.run(start, count);
     if (outcome.code != 0) {
       progress.clear();

@@ -9,6 +9,10 @@
 
 namespace zcalc {
 
+/// Rows that are computed at a time: few enough for registers of them to stay in a cache, many enough to be
+/// worth dividing among threads.
+inline constexpr mint kChunkRows = 131072;
+
 struct EvaluateOptions {
   bool progress = false;
   /// What to call a row, counted from 0, of a program whose rows are those of the data file: " (Earth)".
