@@ -1,4 +1,4 @@
-// Plus, subtract, times, div, minus, abs.
+// The four operations, minus, squares and reciprocals; magnitude, argument and parts.
 #ifndef ZENTHAR_KERNELS_OPERATIONS_ARITHMETIC_H
 #define ZENTHAR_KERNELS_OPERATIONS_ARITHMETIC_H
 
@@ -70,6 +70,78 @@ struct Abs {
   }
   ZENTHAR_KERNEL static mreal value(mreal a) { return __builtin_fabs(a); }
   ZENTHAR_KERNEL static mreal value(mcomplex a) { return modulus(a); }
+};
+
+// Abs of integers and reals alone.
+struct RealAbs {
+  static constexpr bool kFailsOnlyChecked = true;
+  template <class C>
+  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, C checks) {
+    return Abs::checked(a, checks);
+  }
+  ZENTHAR_KERNEL static mreal value(mreal a) { return Abs::value(a); }
+};
+
+// Squares of integers raise their overflow, unlike other operations.
+template <class C>
+ZENTHAR_KERNEL Outcome<mint> integer_square(mint x, C checks) {
+  const auto square = multiply(x, x, checks);
+  return {square.value, fail_if(square.failure != Failure::kNone, Failure::kRaisedOverflow)};
+}
+
+struct Square {
+  static constexpr bool kFailsOnlyChecked = true;
+  template <class C>
+  ZENTHAR_KERNEL static Outcome<mint> checked(mint x, C checks) {
+    return integer_square(x, checks);
+  }
+  ZENTHAR_KERNEL static mreal value(mreal x) { return x * x; }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) {
+    return {(z.re - z.im) * (z.re + z.im), 2.0 * z.re * z.im};
+  }
+};
+
+struct AbsSquare {
+  static constexpr bool kFailsOnlyChecked = true;
+  template <class C>
+  ZENTHAR_KERNEL static Outcome<mint> checked(mint x, C checks) {
+    return integer_square(x, checks);
+  }
+  ZENTHAR_KERNEL static mreal value(mreal x) { return x * x; }
+  ZENTHAR_KERNEL static mreal value(mcomplex z) { return z.re * z.re + z.im * z.im; }
+};
+
+struct Recip {
+  ZENTHAR_KERNEL static mreal value(mreal x) { return 1.0 / x; }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return divide({1.0, 0.0}, z); }
+};
+
+struct Arg {
+  static constexpr bool kFailsOnlyChecked = true;
+  // Of a real 0; a negative one has the argument pi, which is no mint.
+  template <class C>
+  ZENTHAR_KERNEL static Outcome<mint> checked(mreal x, C checks) {
+    return {0, fail_if(checks.overflow() && x < 0.0, Failure::kDomain)};
+  }
+  ZENTHAR_KERNEL static mreal value(mcomplex z) { return __builtin_atan2(z.im, z.re); }
+};
+
+struct Conj {
+  ZENTHAR_KERNEL static mint value(mint x) { return x; }
+  ZENTHAR_KERNEL static mreal value(mreal x) { return x; }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return {z.re, -z.im}; }
+};
+
+struct Re {
+  ZENTHAR_KERNEL static mint value(mint x) { return x; }
+  ZENTHAR_KERNEL static mreal value(mreal x) { return x; }
+  ZENTHAR_KERNEL static mreal value(mcomplex z) { return z.re; }
+};
+
+struct Im {
+  ZENTHAR_KERNEL static mint value(mint) { return 0; }
+  ZENTHAR_KERNEL static mreal value(mreal) { return 0.0; }
+  ZENTHAR_KERNEL static mreal value(mcomplex z) { return z.im; }
 };
 
 }  // namespace zenthar::ZENTHAR_TARGET

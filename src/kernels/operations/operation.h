@@ -9,8 +9,8 @@
 // Types an operation does not name are found by widening: integers to reals, else all to the widest type. The
 // checks of computed reals (flag 2) are not an operation's business; they are added to every mreal and
 // mcomplex result unless the class says `static constexpr bool kResultUnchecked = true`. An operation whose
-// `checked` forms can fail only while the overflow check is on says `static constexpr bool kFailsOnlyChecked
-// = true`, which spares in-place vector calls a copy.
+// `checked` forms can fail only while the check of its results is on says `static constexpr bool
+// kFailsOnlyChecked = true`, which spares in-place vector calls a copy.
 //
 // The scalar functions, the kernels of the records and the vector loops are generated from this. The loops
 // are compiled once per processor target, so everything here lives in a namespace named by the target, and
