@@ -1,6 +1,20 @@
 /**
  * @file comparison.h
- * @brief Constants of comparison and of the real kernels.
+ * @brief Tolerant comparison of reals and complexes, comparison of whole lists, exact ordering, sorting.
+ *
+ * **Tolerance.** A tolerance t counts bits of the significand: two reals are equal when their difference is
+ * below 2^(t-53) of the larger magnitude (2^(t-24) for binary32). With t = 7, the default of
+ * ::EqualTolerance, that is 2^-46. It need not be an integer.
+ * - t <= 0, and a t that is NaN, compare exactly;
+ * - t >= 53 (24 for binary32) makes all reals of one sign equal, infinities too;
+ * - a difference of half the larger magnitude or more is unequal for every t below that;
+ * - zero equals only zero (of either sign), and reals of different signs are unequal, whatever t.
+ *
+ * A NaN equals nothing for t < 53; for larger t it equals NaNs and positive reals. A three-way comparison of
+ * unequal values of which one is a NaN gives -1, except 1 for a NaN followed by 0.0 or a negative real.
+ *
+ * Tolerant equality is not transitive. Every function here may be called from any number of threads at once;
+ * a result depends on the arguments alone.
  */
 #ifndef ZENTHAR_COMPARISON_H
 #define ZENTHAR_COMPARISON_H
@@ -17,6 +31,101 @@ extern ZENTHAR_API const mreal dInfinity;        /**< plus infinity */
 extern ZENTHAR_API const mreal logtwo;           /**< natural logarithm of 2 */
 extern ZENTHAR_API const mreal logten;           /**< natural logarithm of 10 */
 extern ZENTHAR_API const mreal log2ten;          /**< logarithm of 10 to base 2 */
+/** @} */
+
+/** @name Settings
+ * Tolerances, in bits, for callers to pass on: the functions below take theirs as an argument. Plain words
+ * that the host sets before use.
+ * @{ */
+extern ZENTHAR_API mreal EqualTolerance; /**< of equality tests; 7.0 at load */
+extern ZENTHAR_API mreal SameQTolerance; /**< of identity tests; 1.0 at load */
+extern ZENTHAR_API mreal HashTolerance;  /**< of reals when they are hashed; 1.0 at load */
+/** @} */
+
+/** @name Tolerant comparison
+ * `tolerance` in bits, see the top of this file.
+ * @{ */
+
+/** Compares two reals. @return -1 (a below b), 0 (equal) or 1 (a above b) */
+ZENTHAR_API int32_t compare_double(mreal tolerance, mreal a, mreal b);
+/** Compares two binary32 reals, whose significand has 24 bits. @return -1, 0 or 1 */
+ZENTHAR_API int32_t compare_float(float tolerance, float a, float b);
+/** @return 1 when compare_double() gives 0, else 0 */
+ZENTHAR_API mbool near1_double(mreal tolerance, mreal a, mreal b);
+/** @return 1 when compare_float() gives 0, else 0 */
+ZENTHAR_API mbool near1_float(float tolerance, float a, float b);
+/**
+ * Compares two complex values: equal when both parts are, or when the modulus of the difference is below
+ * ToleranceShiftFactor() of the larger modulus, so that a part that is small beside the other does not
+ * decide.
+ * @return 1 when equal, else 0
+ */
+ZENTHAR_API mbool near1_reim_mcomplex(mreal tolerance, mreal a_re, mreal a_im, mreal b_re, mreal b_im);
+/** @return 2^(tolerance-53) for 0 < tolerance < 53, 1.0 from there on, 2^-53 for 0 and below (and NaN) */
+ZENTHAR_API mreal ToleranceShiftFactor(mreal tolerance);
+/**
+ * The representative of a real: x with all but its leading 53 - trunc(tolerance) bits cleared. Reals that are
+ * equal under the tolerance usually share it, though some that are equal lie on both sides of a step.
+ * @return the representative; x itself when `tolerance` is not between 0 and 53, and for 0, infinities and
+ * NaN
+ */
+ZENTHAR_API mreal er_mreal(mreal tolerance, mreal x);
+/**
+ * Compares the representatives of two reals exactly: the order of the classes that er_mreal() makes.
+ * Transitive, unlike compare_double().
+ * @return -1, 0 or 1
+ */
+ZENTHAR_API int32_t equivalence_compare_double(mreal tolerance, mreal a, mreal b);
+/** @} */
+
+/** @name Comparison of lists
+ * By comparison code, with `n` values. A list of fewer than two is true for every code from 1 to 8, and any
+ * other code is false:
+ *
+ * | code | true when                                        |
+ * |------|--------------------------------------------------|
+ * | 1, 5 | every pair is equal                              |
+ * | 2, 8 | no pair is equal                                 |
+ * | 3    | each value is below the next                     |
+ * | 4    | none is above the next                           |
+ * | 6    | none is below the next                           |
+ * | 7    | each value is above the next                     |
+ *
+ * Lists of reals take time n, or n log n for codes 2 and 8 (with n reals of work space; the square of n where
+ * there is no memory for that, or the tolerance is a fraction above 50). Codes 2 and 8 of complexes, and 1
+ * and 5 with a tolerance, compare up to n (n - 1) / 2 pairs.
+ * @{ */
+
+/** Compares a list of reals by compare_double(). @return 1 true, 0 false */
+ZENTHAR_API mbool CompareReals(int32_t code, mint n, mreal tolerance, const mreal* values);
+/** CompareReals() with tolerance 0. */
+ZENTHAR_API mbool CompareRealsNoTolerance(int32_t code, mint n, const mreal* values);
+/**
+ * Compares a list of complex values: codes 1, 2, 5 and 8 by near1_reim_mcomplex(); the others are false
+ * unless every imaginary part is 0.0, and then compare the real parts.
+ * @return 1 true, 0 false
+ */
+ZENTHAR_API mbool CompareComplexes(int32_t code, mint n, mreal tolerance, const mcomplex* values);
+/** CompareComplexes() with tolerance 0. */
+ZENTHAR_API mbool CompareComplexesNoTolerance(int32_t code, mint n, const mcomplex* values);
+/** @} */
+
+/** @name Exact order of runs
+ * Two runs of `n` elements, lexicographically: the first position at which they differ decides; `n` of 0 or
+ * less gives 0. Without NaN these are total orders in which -0.0 equals 0.0. A NaN differs from everything,
+ * itself included, and whatever it meets gives -1, in both directions.
+ * @{ */
+
+/** Orders two runs of integers. @return -1, 0 or 1 */
+ZENTHAR_API int32_t OrderIntegerData(const mint* a, const mint* b, mint n);
+/** Orders two runs of reals. @return -1, 0 or 1 */
+ZENTHAR_API int32_t OrderRealData(const mreal* a, const mreal* b, mint n);
+/**
+ * Orders two runs of complex values, each by its real part, then by the magnitude of its imaginary part, then
+ * by that part's value: -i, i, 2i.
+ * @return -1, 0 or 1
+ */
+ZENTHAR_API int32_t OrderComplexData(const mcomplex* a, const mcomplex* b, mint n);
 /** @} */
 
 ZENTHAR_END_DECLS

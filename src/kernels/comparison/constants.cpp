@@ -1,7 +1,11 @@
-// The constants of comparison, to the bit.
+// The tolerances that hosts set, and the constants of comparison to the bit.
 #include <limits>
 
 #include "zenthar/comparison.h"
+
+mreal EqualTolerance = 7.0;
+mreal SameQTolerance = 1.0;
+mreal HashTolerance = 1.0;
 
 const mreal MachineOverflow = std::numeric_limits<mreal>::infinity();
 const mreal MachinePrecision = -std::numeric_limits<mreal>::infinity();
