@@ -15,8 +15,9 @@ namespace zenthar::memory {
 
 namespace {
 
-constexpr uint32_t kCarveBytes = 4096;        // so much is carved into free blocks at a time
-constexpr size_t kRecentBytes = 65536;        // so much of a class at most is kept at hand
+constexpr uint32_t kCarveBytes = 4096;  // so much is carved into free blocks at a time
+constexpr size_t kRecentBytes =
+    65536;  // so much of a class is kept at hand at most, of a small one twice as much
 constexpr uint32_t kCarveBlocks = 16;         // or so many, of the larger of the small blocks
 constexpr uint64_t kDrainInterval = 5000;     // time stamp ticks between drains on the way of requests
 constexpr uint64_t kTakenOverBytes = 262144;  // chains up to here are kept at hand as they are
@@ -232,7 +233,8 @@ void initialise_class(SizeClass* size_class, ThreadAllocator* owner, size_t inde
   size_class->mutex = owner->mutex;
   size_class->available = &no_slab;
   size_class->block_size = uint32_t(size);
-  size_class->recent_limit = uint32_t(std::clamp<size_t>(kRecentBytes / size, 2, 256));
+  size_class->recent_limit =
+      uint32_t(std::clamp<size_t>(kRecentBytes * (index <= kSmallClasses ? 2 : 1) / size, 2, 256));
   size_class->slab_chunks = uint32_t(chunks);
   size_class->slab_pages = uint32_t(chunks * (kChunkSize >> kPageShift));
   size_class->blocks_per_slab = uint32_t(chunks * kChunkSize / size);
