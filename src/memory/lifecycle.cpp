@@ -56,8 +56,10 @@ void after_fork_in_child() {
   unlock_regions();
   AllocatorList list = allocator_list.load();
   if (!list) return;
+  Delete_KMutex(list->mutex);
   list->mutex = New_KMutex();
   for (ThreadAllocator* a = list->head; a; a = a->next) {
+    Delete_KMutex(a->mutex);
     a->mutex = New_KMutex();
     for (SizeClass& size_class : a->classes) size_class.mutex = a->mutex;
   }
