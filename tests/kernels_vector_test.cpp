@@ -158,6 +158,30 @@ TEST_P(VectorFunctions, ReportTheFirstFailingElement) {
     }
 }
 
+// Eighths, and what lies about the reals above which all are whole: a long run of each, so that no other
+// element decides how they are rounded.
+TEST_P(VectorFunctions, RoundAsTheScalarFunctionsDo) {
+  std::vector<std::vector<mreal>> sets(2);
+  for (int k = -2000; k <= 2000; ++k) sets[0].push_back(k / 8.0);
+  for (mreal end : {0x1p51, 0x1p52, 0x1p53, 0x1p63})
+    for (mreal offset : {-2.0, -1.5, -1.0, -0.75, -0.5, -0.25, 0.0, 0.5, 1.0})
+      for (mreal sign : {-1.0, 1.0}) {
+        sets[1].push_back(sign * (end + offset));
+        if (end == 0x1p51 && offset < 0) sets[0].push_back(sign * (end + offset));
+      }
+  for (int32_t op : {MACHFUNC_ROUND, MACHFUNC_FLOOR, MACHFUNC_CEILING, MACHFUNC_INTPART, MACHFUNC_FRACPART})
+    for (const std::vector<mreal>& set : sets) {
+      const auto n = mint(set.size());
+      std::vector<mint> results(set.size());
+      ASSERT_EQ(MNumericArray_getUnaryVectorMachFunc(op, kReal)(results.data(), set.data(), n, 0), 0);
+      for (size_t i = 0; i < set.size(); ++i) {
+        mint wanted = 0;
+        MNumericArray_getUnaryScalarMachFunc(op, kReal)(&wanted, &set[i], 0);
+        ASSERT_EQ(results[i], wanted) << op << " of " << set[i];
+      }
+    }
+}
+
 TEST_P(VectorFunctions, RaiseInTheStyleThatIsSet) {
   const mint a[] = {1, INT64_MAX}, b[] = {1, 1};
   mint sum[2];

@@ -143,6 +143,69 @@ struct Loop<Div, kFlags, mcomplex, mcomplex> : QuotientLoop<mcomplex> {};
 template <uint32_t kFlags>
 struct Loop<Div, kFlags, mreal, mcomplex> : QuotientLoop<mreal> {};
 
+// Reals rounded to integers. Adding 1.5 * 2^52 rounds a real below 2^51 by magnitude to the nearest whole
+// number and leaves that in the low bits of the sum; the other directions are a step from it. So rounding
+// needs neither an instruction for it nor one that converts vectors, which older targets lack. A piece with
+// larger elements is computed once more by the definition, so results wait beside until then.
+template <class Op, uint32_t kFlags>
+struct RoundingLoop {
+  static constexpr bool kProbes = false;
+  static constexpr mint kPiece = 256;
+
+  static int64_t run(void* result, const void* const* operands, mint n) {
+    int64_t failed = 0;
+    for (mint i = 0; i < n; i += kPiece)
+      failed |= piece(from_element<mint>(result, i), from_element<mreal>(operands[0], i),
+                      n - i < kPiece ? n - i : kPiece);
+    return failed;
+  }
+
+  static int64_t piece(void* result, const void* operand, mint n) {
+    constexpr mreal kRounder = 0x1.8p52, kLimit = 0x1p51;
+    mint whole[kPiece];
+    int64_t large = 0;
+#pragma omp simd reduction(| : large)
+    for (mint i = 0; i < n; ++i) {
+      const mreal x = load<mreal>(operand, i);
+      const mreal sum = x + kRounder;
+      const uint64_t nearest = __builtin_bit_cast(uint64_t, sum) - __builtin_bit_cast(uint64_t, kRounder);
+      whole[i] = mint(stepped(nearest, sum - kRounder, x));
+      large |= __builtin_fabs(x) < kLimit ? 0 : -1;
+    }
+    int64_t failed = 0;
+    if (large != 0) {
+      for (mint i = 0; i < n; ++i) {
+        const Outcome<mint> outcome = Op::checked(load<mreal>(operand, i), BlockChecks<kFlags>{});
+        whole[i] = outcome.value;
+        failed |= int64_t(outcome.failure);
+      }
+    }
+    __builtin_memcpy(result, whole, size_t(n) * sizeof(mint));
+    return failed;
+  }
+
+  // From the nearest integer, which is also given as a real, to the one that the operation asks for.
+  ZENTHAR_KERNEL static uint64_t stepped(uint64_t nearest, mreal rounded, mreal x) {
+    const uint64_t above = rounded > x ? 1 : 0, below = rounded < x ? 1 : 0;
+    if constexpr (std::is_same_v<Op, Floor>) return nearest - above;
+    if constexpr (std::is_same_v<Op, Ceiling>) return nearest + below;
+    if constexpr (std::is_same_v<Op, IntPart>) return x > 0.0 ? nearest - above : nearest + below;
+    return nearest;
+  }
+};
+#ifndef __AVX512DQ__
+template <uint32_t kFlags>
+struct Loop<Round, kFlags, mreal> : RoundingLoop<Round, kFlags> {};
+template <uint32_t kFlags>
+struct Loop<Floor, kFlags, mreal> : RoundingLoop<Floor, kFlags> {};
+template <uint32_t kFlags>
+struct Loop<Ceiling, kFlags, mreal> : RoundingLoop<Ceiling, kFlags> {};
+#ifdef __AVX2__  // without it truncating one by one is faster
+template <uint32_t kFlags>
+struct Loop<IntPart, kFlags, mreal> : RoundingLoop<IntPart, kFlags> {};
+#endif
+#endif
+
 // Products with the overflow check. Elements are mostly small: the bits that they need are gathered beside
 // the products of a piece, and only where they leave room for an overflow are the products looked at again,
 // one by one.
