@@ -155,65 +155,90 @@ enum {
 
 /** @name Kernels
  * @{ */
+/** One element of a unary operation. */
 typedef int32_t (*UnaryScalarFunction)(void* result, const void* a, uint32_t flags);
+/** One element of a binary operation. */
 typedef int32_t (*BinaryScalarFunction)(void* result, const void* a, const void* b, uint32_t flags);
+/** One element of a ternary operation; `c` is written by ::MACHFUNC_COMPPLUS alone. */
 typedef int32_t (*TernaryScalarFunction)(void* result, const void* a, const void* b, void* c, uint32_t flags);
+/** A run of `n` elements of a unary operation. */
 typedef int32_t (*UnaryVectorFunction)(void* result, const void* a, mint n, uint32_t flags);
+/** A run of `n` elements of a binary operation, each operand with its step. */
 typedef int32_t (*BinaryVectorFunction)(void* result, const void* a, mint a_step, const void* b, mint b_step,
                                         mint n, uint32_t flags);
+/** A run of `n` elements of a ternary operation; `c` is written by ::MACHFUNC_COMPPLUS alone. */
 typedef int32_t (*TernaryVectorFunction)(void* result, const void* a, mint a_step, const void* b, mint b_step,
                                          void* c, mint c_step, mint n, uint32_t flags);
-
 /** @} */
 
-/** @name Unary operations
- * @param op   an identifier from 1 to 86
- * @param type the element (or machine) type of the argument
+/** @name Unary operations, 1 to 86
  * @{ */
+/** @return the vector function of operation `op` for argument of the element type given, or null */
 ZENTHAR_API UnaryVectorFunction MNumericArray_getUnaryVectorMachFunc(int32_t op, int32_t type);
+/** @return the scalar function of operation `op` for argument of the element type given, or null */
 ZENTHAR_API UnaryScalarFunction MNumericArray_getUnaryScalarMachFunc(int32_t op, int32_t type);
+/** @return the element type of the result, 0 where there is no kernel */
 ZENTHAR_API int32_t MNumericArray_ReturnType1(int32_t op, int32_t type);
+/** @return the vector function of operation `op` for argument of the machine type given, or null */
 ZENTHAR_API UnaryVectorFunction MTensor_getUnaryVectorMachFunc(int32_t op, int32_t tensor_type);
+/** @return the scalar function of operation `op` for argument of the machine type given, or null */
 ZENTHAR_API UnaryScalarFunction MTensor_getUnaryScalarMachFunc(int32_t op, int32_t tensor_type);
+/** @return the machine type of the result, 0 where there is no kernel */
 ZENTHAR_API int32_t MTensor_ReturnType1(int32_t op, int32_t tensor_type);
 /** @} */
 
 /** @name Binary operations, 257 to 285
  * @{ */
+/** @return the vector function of operation `op` for arguments of the element types given, or null */
 ZENTHAR_API BinaryVectorFunction MNumericArray_getBinaryVectorMachFunc(int32_t op, int32_t type1,
                                                                        int32_t type2);
+/** @return the scalar function of operation `op` for arguments of the element types given, or null */
 ZENTHAR_API BinaryScalarFunction MNumericArray_getBinaryScalarMachFunc(int32_t op, int32_t type1,
                                                                        int32_t type2);
+/** @return the element type of the result, 0 where there is no kernel */
 ZENTHAR_API int32_t MNumericArray_ReturnType2(int32_t op, int32_t type1, int32_t type2);
+/** @return the vector function of operation `op` for arguments of the machine types given, or null */
 ZENTHAR_API BinaryVectorFunction MTensor_getBinaryVectorMachFunc(int32_t op, int32_t type1, int32_t type2);
+/** @return the scalar function of operation `op` for arguments of the machine types given, or null */
 ZENTHAR_API BinaryScalarFunction MTensor_getBinaryScalarMachFunc(int32_t op, int32_t type1, int32_t type2);
+/** @return the machine type of the result, 0 where there is no kernel */
 ZENTHAR_API int32_t MTensor_ReturnType2(int32_t op, int32_t type1, int32_t type2);
 /** @} */
 
 /** @name Ternary operations, 513 to 517
  * @{ */
+/** @return the vector function of operation `op` for arguments of the element types given, or null */
 ZENTHAR_API TernaryVectorFunction MNumericArray_getTernaryVectorMachFunc(int32_t op, int32_t type1,
                                                                          int32_t type2, int32_t type3);
+/** @return the scalar function of operation `op` for arguments of the element types given, or null */
 ZENTHAR_API TernaryScalarFunction MNumericArray_getTernaryScalarMachFunc(int32_t op, int32_t type1,
                                                                          int32_t type2, int32_t type3);
+/** @return the element type of the result, 0 where there is no kernel */
 ZENTHAR_API int32_t MNumericArray_ReturnType3(int32_t op, int32_t type1, int32_t type2, int32_t type3);
+/** @return the vector function of operation `op` for arguments of the machine types given, or null */
 ZENTHAR_API TernaryVectorFunction MTensor_getTernaryVectorMachFunc(int32_t op, int32_t type1, int32_t type2,
                                                                    int32_t type3);
+/** @return the scalar function of operation `op` for arguments of the machine types given, or null */
 ZENTHAR_API TernaryScalarFunction MTensor_getTernaryScalarMachFunc(int32_t op, int32_t type1, int32_t type2,
                                                                    int32_t type3);
+/** @return the machine type of the result, 0 where there is no kernel */
 ZENTHAR_API int32_t MTensor_ReturnType3(int32_t op, int32_t type1, int32_t type2, int32_t type3);
 /** @} */
 
 /** @name Result types by rule
+ * @{ */
+/**
  * The element type that results of an operation have for arguments of any element type, kernels or not: the
  * (wider) argument type, or a fixed one where the operation asks for it (Integer64 for predicates and
  * rounding; a real type for elementary functions of integers and for the modulus, argument and parts of
  * complexes).
- * @param op   an identifier; 7 (Integer64) is answered outside the unary, or binary, identifiers
+ * @param op   an identifier; 7 (Integer64) is answered outside the unary ones
+ * @param type the argument's element type
  * @param[out] flag set to 0; to 1 for ::MACHFUNC_ARG, whose result type holds for a part of the arguments
  * only
- * @{ */
+ */
 ZENTHAR_API int32_t ReturnRangeType1(int32_t op, int32_t type, int32_t* flag);
+/** ReturnRangeType1() for the binary identifiers; the flag is always set to 0. */
 ZENTHAR_API int32_t ReturnRangeType2(int32_t op, int32_t type1, int32_t type2, int32_t* flag);
 /** @} */
 
