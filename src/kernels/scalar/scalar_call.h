@@ -12,11 +12,12 @@ ZENTHAR_KERNEL int32_t status_of(Failure failure) {
   return int64_t(failure) & int64_t(Failure::kRaised) ? raise_error(code_of(failure)) : 1;
 }
 
-// As a function of its own the way through needs no stack.
-template <class R>
-[[gnu::cold, gnu::noinline]] int32_t raise_result(R result) {
-  return raise_error(code_of(failure_of(result)));
+// As functions of their own, which take the parts in registers, so that the way through needs no stack.
+[[gnu::cold, gnu::noinline]] inline int32_t raise_parts(mreal re, mreal im) {
+  return raise_error(code_of(failure_of(mcomplex{re, im})));
 }
+ZENTHAR_KERNEL int32_t raise_result(mreal x) { return raise_parts(x, 0.0); }
+ZENTHAR_KERNEL int32_t raise_result(mcomplex z) { return raise_parts(z.re, z.im); }
 
 template <class Op, class... A>
 ZENTHAR_KERNEL int32_t scalar_call(void* result, uint32_t flags, A... a) {
