@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "hashing/hashing.h"
+#include "hashing/hash_table.h"
 #include "hashing/prime_steps.h"
 #include "zenthar/hashing.h"
 #include "zenthar/host.h"
@@ -29,12 +29,6 @@ constexpr uint64_t kLookAhead = 16;
 struct Release {
   void operator()(void* p) const { zfree(p); }
 };
-
-const PrimeStep& step_of(const st_HashTable* table) { return kPrimeSteps[size_t(table->step)]; }
-
-HashEntry* bucket_of(const st_HashTable* table, uint64_t hash) {
-  return table->buckets + step_of(table).remainder(hash);
-}
 
 // An array of empty buckets; null when there is no memory for it or it exceeds the address space.
 HashEntry* new_buckets(mint capacity, int32_t failmode) {
@@ -165,31 +159,8 @@ uint64_t hash_of(const st_HashTable* table, void* const* key) {
   return table->hash ? table->hash(key) : uint64_t(*key);
 }
 
-HashEntry insert(st_HashTable* table, void* key, uint64_t hash) {
-  __builtin_prefetch(bucket_of(table, hash), 1);
-  std::unique_ptr<st_HashEntry, Release> entry(
-      static_cast<HashEntry>(zalloc(sizeof(st_HashEntry), 0, kFatalFailure)));
-  if (!entry) return nullptr;
-  *entry = {nullptr, nullptr, hash, nullptr};
-  if (table->new_entry) table->new_entry(entry.get());
-  if (table->set_key)
-    table->set_key(entry.get(), &key);
-  else
-    entry->key = key;
-  HashEntry* bucket = bucket_of(table, hash);
-  entry->next = *bucket;
-  *bucket = entry.get();
-  ++table->count;
-  const HashEntry added = entry.release();
-  if (table->flags & HASH_TABLE_WEAK) WeakHashTable_Add(table, added);
-  grow_if_due(table);
-  return added;
-}
-
 HashEntry find(const st_HashTable* table, uint64_t hash, void* const* key, HashEqualFunction equal) {
-  for (HashEntry entry = *bucket_of(table, hash); entry; entry = entry->next)
-    if (entry->hash == hash && (!equal || equal(entry, key))) return entry;
-  return nullptr;
+  return *find_link(table, hash, [=](HashEntry entry) { return !equal || equal(entry, key); });
 }
 
 // Gives up an entry that is no longer linked.
@@ -200,16 +171,12 @@ void release_entry(st_HashTable* table, HashEntry entry, bool weak) {
 }
 
 int32_t remove_first(st_HashTable* table, const st_HashEntry& probe, bool weak) {
-  for (HashEntry* link = bucket_of(table, probe.hash); *link; link = &(*link)->next) {
-    const HashEntry entry = *link;
-    if (entry->hash != probe.hash || (table->equal && !table->equal(&probe, entry))) continue;
-    *link = entry->next;
-    --table->count;
-    release_entry(table, entry, weak);
-    shrink_if_due(table);
-    return 1;
-  }
-  return 0;
+  const HashEqualFunction equal = table->equal;
+  HashEntry* link =
+      find_link(table, probe.hash, [&](HashEntry entry) { return !equal || equal(&probe, entry); });
+  if (!*link) return 0;
+  remove_linked(table, link, weak);
+  return 1;
 }
 
 void remove_all(st_HashTable* table) {
@@ -234,6 +201,36 @@ mint step_for(mint size) {
 }
 
 }  // namespace
+
+HashEntry insert_entry(st_HashTable* table, void* key, uint64_t hash) {
+  __builtin_prefetch(bucket_of(table, hash), 1);
+  std::unique_ptr<st_HashEntry, Release> entry(
+      static_cast<HashEntry>(zalloc(sizeof(st_HashEntry), 0, kFatalFailure)));
+  if (!entry) return nullptr;
+  *entry = {nullptr, nullptr, hash, nullptr};
+  if (table->new_entry) table->new_entry(entry.get());
+  if (table->set_key)
+    table->set_key(entry.get(), &key);
+  else
+    entry->key = key;
+  HashEntry* bucket = bucket_of(table, hash);
+  entry->next = *bucket;
+  *bucket = entry.get();
+  ++table->count;
+  const HashEntry added = entry.release();
+  if (table->flags & HASH_TABLE_WEAK) WeakHashTable_Add(table, added);
+  grow_if_due(table);
+  return added;
+}
+
+void remove_linked(st_HashTable* table, HashEntry* link, bool weak) {
+  const HashEntry entry = *link;
+  *link = entry->next;
+  --table->count;
+  release_entry(table, entry, weak);
+  shrink_if_due(table);
+}
+
 }  // namespace zenthar
 
 using namespace zenthar;
@@ -267,14 +264,14 @@ HashTable New_HashTable(mint size, HashFunction hash, HashSetKeyFunction set_key
 
 void HashEntry_NewGeneral(HashEntry) {}
 
-HashEntry HashTable_Add(HashTable table, void* key) { return insert(table, key, hash_of(table, &key)); }
+HashEntry HashTable_Add(HashTable table, void* key) { return insert_entry(table, key, hash_of(table, &key)); }
 
 HashEntry HashTable_GetOrAdd(HashTable table, void* key, int32_t* added) {
   const uint64_t hash = hash_of(table, &key);
   HashEntry entry = find(table, hash, &key, table->equal);
   if (added) *added = !entry;
   if (!entry) {
-    entry = insert(table, key, hash);
+    entry = insert_entry(table, key, hash);
     if (added && !entry) *added = 0;
   }
   return entry;
@@ -291,8 +288,7 @@ HashEntry HashTable_GetUsingFunction(HashTable table, void* key) {
 }
 
 void* HashTable_GetValue(HashTable table, void* key) {
-  const HashEntry entry =
-      table->hash ? HashTable_GetUsingFunction(table, key) : find(table, uint64_t(key), &key, nullptr);
+  const HashEntry entry = find(table, hash_of(table, &key), &key, table->hash ? table->equal : nullptr);
   return entry ? entry->value : nullptr;
 }
 

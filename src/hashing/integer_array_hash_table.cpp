@@ -1,8 +1,12 @@
 // Tables keyed by arrays of integers of one length: a thin cover over the general table.
+//
+// The operations here hash and compare without the detour through the callbacks; those serve whoever works on
+// the inner table.
 #include <algorithm>
 #include <cstring>
 #include <memory>
 
+#include "hashing/hash_table.h"
 #include "hashing/hashing.h"
 #include "hashing/integer_array_keys.h"
 #include "zenthar/hashing.h"
@@ -26,9 +30,12 @@ int32_t equal_single(const void* entry, const void* key) {
 
 uint64_t hash_array(const void* key) { return hash_key_bytes(array_at(key), key_bytes()); }
 
+bool equal_arrays(const mint* a, const mint* b, mint length) {
+  return a == b || (a && b && std::equal(a, a + length, b));
+}
+
 int32_t equal_array(const void* entry, const void* key) {
-  const mint *a = array_at(entry), *b = array_at(key);
-  return a == b || (a && b && std::equal(a, a + integer_array_key_length, b));
+  return equal_arrays(array_at(entry), array_at(key), integer_array_key_length);
 }
 
 void copy_array(HashEntry entry, const void* key) {
@@ -47,10 +54,33 @@ class Operation {
   ~Operation() { integer_array_key_length = 0; }
 };
 
-void* key_word(const st_IntegerArrayHashTable* table, const mint* key) {
-  if (table->flags & INTEGER_ARRAY_SINGLE) return reinterpret_cast<void*>(*key);
-  return const_cast<mint*>(key);
-}
+// A key in use: its key word and its hash, and what entries it finds.
+class Key {
+ public:
+  Key(const st_IntegerArrayHashTable* table, const mint* key)
+      : table_(table->table),
+        key_(key),
+        length_(table->flags & INTEGER_ARRAY_SINGLE ? kSingle : table->key_length),
+        hash_(hash_key_bytes(key, uint64_t(table->key_length) * sizeof(mint))) {}
+
+  HashEntry* find() const {
+    return find_link(table_, hash_, [this](HashEntry entry) {
+      return length_ == kSingle ? entry->key == word() : equal_arrays(array_at(&entry->key), key_, length_);
+    });
+  }
+
+  HashEntry add() const { return insert_entry(table_, word(), hash_); }
+
+ private:
+  static constexpr mint kSingle = -1;
+
+  void* word() const { return length_ == kSingle ? reinterpret_cast<void*>(*key_) : const_cast<mint*>(key_); }
+
+  HashTable table_;
+  const mint* key_;
+  mint length_;
+  uint64_t hash_;
+};
 
 HashTable new_inner_table(bool single, bool copies, mint size, HashEntryFunction free_entry) {
   if (single)
@@ -90,22 +120,30 @@ void Delete_IntegerArrayHashTable(IntegerArrayHashTable table) {
 
 HashEntry IntegerArrayHashTable_GetOrAdd(IntegerArrayHashTable table, const mint* key, int32_t* added) {
   const Operation operation(table);
-  return HashTable_GetOrAdd(table->table, key_word(table, key), added);
+  const Key wanted(table, key);
+  HashEntry entry = *wanted.find();
+  const bool found = entry;
+  if (!found) entry = wanted.add();
+  if (added) *added = entry && !found;
+  return entry;
 }
 
 HashEntry IntegerArrayHashTable_Add(IntegerArrayHashTable table, const mint* key) {
   const Operation operation(table);
-  return HashTable_Add(table->table, key_word(table, key));
+  return Key(table, key).add();
 }
 
 HashEntry IntegerArrayHashTable_Get(IntegerArrayHashTable table, const mint* key) {
   const Operation operation(table);
-  return HashTable_GetUsingFunction(table->table, key_word(table, key));
+  return *Key(table, key).find();
 }
 
 int32_t IntegerArrayHashTable_Remove(IntegerArrayHashTable table, const mint* key) {
   const Operation operation(table);
-  return HashTable_RemoveElem(table->table, key_word(table, key));
+  HashEntry* link = Key(table, key).find();
+  if (!*link) return 0;
+  remove_linked(table->table, link, table->table->flags & HASH_TABLE_WEAK);
+  return 1;
 }
 
 mint IntegerArrayHashTable_Length(IntegerArrayHashTable table) { return table->table->count; }
