@@ -107,7 +107,8 @@ struct Model {
 
   void rehash(size_t new_step) {
     step = new_step;
-    Chains moved(size_t(kPrimes[step]));
+    const auto capacity = size_t(kPrimes[step]);
+    Chains moved(capacity);
     for (const auto& from : chains)
       for (const Item& item : from) {
         auto& to = moved[item.hash % moved.size()];

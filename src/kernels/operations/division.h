@@ -19,7 +19,7 @@ struct Mod {
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint b, C) {
     // 0 for the divisor -1, and no division that the processor has no result for.
-    const mint remainder = a % ((b == 0) | (b == -1) ? 1 : b);
+    const mint remainder = a % (((b == 0) | (b == -1)) ? 1 : b);
     return {remainder + (remainder != 0 && (remainder ^ b) < 0 ? b : 0), fail_if(b == 0, Failure::kDomain)};
   }
   template <class C>

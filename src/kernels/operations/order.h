@@ -59,8 +59,8 @@ struct Chop {
 };
 
 // A NaN gives way to the other operand.
-ZENTHAR_KERNEL mreal larger(mreal a, mreal b) { return (a > b) | (b != b) ? a : b; }
-ZENTHAR_KERNEL mreal smaller(mreal a, mreal b) { return (a < b) | (b != b) ? a : b; }
+ZENTHAR_KERNEL mreal larger(mreal a, mreal b) { return ((a > b) | (b != b)) ? a : b; }
+ZENTHAR_KERNEL mreal smaller(mreal a, mreal b) { return ((a < b) | (b != b)) ? a : b; }
 
 struct Min {
   ZENTHAR_KERNEL static mint value(mint a, mint b) { return a < b ? a : b; }
