@@ -8,31 +8,33 @@ namespace {
 
 mcomplex reciprocal(mcomplex z) { return scalar::divide({1.0, 0.0}, z); }
 
-// The square root of a finite number that is not 0, and its modulus. The square of no double overflows here.
+// The square root and the modulus of what a double or a few times it can be; squares of those do not overflow
+// here.
 struct RootAndModulus {
-  long double re, im, modulus;
+  Wide root;
+  long double modulus;
 };
-RootAndModulus root_and_modulus(mcomplex z) {
-  const long double x = z.re, y = z.im;
+RootAndModulus root_and_modulus(Wide z) {
+  const long double x = re(z), y = im(z);
   const long double modulus = __builtin_sqrtl(x * x + y * y);
   const long double larger = __builtin_sqrtl((modulus + __builtin_fabsl(x)) / 2);
+  if (larger == 0) return {wide(0, y), modulus};
   const long double smaller = __builtin_fabsl(y) / (2 * larger);
-  return {x < 0 ? smaller : larger, __builtin_copysignl(x < 0 ? larger : smaller, y), modulus};
+  const bool left = x < 0;
+  return {wide(left ? smaller : larger, __builtin_copysignl(left ? larger : smaller, y)), modulus};
 }
+Wide root(Wide z) { return root_and_modulus(z).root; }
 
 }  // namespace
 
 mcomplex complex_sqrt(mcomplex z) {
-  if (!finite(z)) return machine(__builtin_csqrt(narrow(z)));
-  if (is_zero(z)) return {0.0, z.im};
-  const RootAndModulus root = root_and_modulus(z);
-  return rounded(root.re, root.im);
+  return finite(z) ? rounded(root(wide(z))) : machine(__builtin_csqrt(narrow(z)));
 }
 
 mcomplex complex_rsqrt(mcomplex z) {
   if (!finite(z) || is_zero(z)) return reciprocal(complex_sqrt(z));
-  const RootAndModulus root = root_and_modulus(z);
-  return rounded(root.re / root.modulus, -root.im / root.modulus);
+  const RootAndModulus of = root_and_modulus(wide(z));
+  return rounded(re(of.root) / of.modulus, -im(of.root) / of.modulus);
 }
 
 // e^x cos y - 1 = (e^x - 1) cos y - 2 sin(y/2)^2.
@@ -83,71 +85,113 @@ mcomplex complex_csch(mcomplex z) { return rounded(1.0L / __builtin_csinhl(wide(
 mcomplex complex_sech(mcomplex z) { return rounded(1.0L / __builtin_ccoshl(wide(z))); }
 mcomplex complex_coth(mcomplex z) { return rounded(1.0L / __builtin_ctanhl(wide(z))); }
 
-// The inverse functions of w = 1/z take 1 - w and 1 + w, which are formed from z without rounding w first:
-// near the branch points +1 and -1 they are all that counts. The formulas are Kahan's (W. Kahan, Branch cuts
-// for complex elementary functions, or much ado about nothing's sign bit, 1987).
+// Tangents are the least exact of the mathematics library's functions of doubles.
+mcomplex complex_tan(mcomplex z) { return rounded(__builtin_ctanl(wide(z))); }
+mcomplex complex_tanh(mcomplex z) { return rounded(__builtin_ctanhl(wide(z))); }
+
+// The inverse functions, of z and of 1/z alike. Inverse sines and cosines of w take the square roots of 1 - w
+// and 1 + w, which are all that counts near the branch points; those of w = 1/z are formed from z, without
+// rounding w first. The formulas are Kahan's (W. Kahan, Branch cuts for complex elementary functions, or much
+// ado about nothing's sign bit, in: The State of the Art in Numerical Analysis, 1987).
 namespace {
 
-struct AroundReciprocal {
-  Wide one_less, one_more;  // 1 - w and 1 + w
+struct Around {
   long double re;           // of w
+  Wide one_less, one_more;  // 1 - w and 1 + w
 };
-AroundReciprocal around_reciprocal(mcomplex z) {
+
+Around around(mcomplex z) {
+  const long double x = z.re, y = z.im;
+  return {x, wide(1 - x, -y), wide(1 + x, y)};
+}
+
+Around around_reciprocal(mcomplex z) {
   const long double x = z.re, y = z.im;
   const long double norm = x * x + y * y;
-  return {wide((x * (x - 1) + y * y) / norm, y / norm), wide((x * (x + 1) + y * y) / norm, -y / norm),
-          x / norm};
+  return {x / norm, wide((x * (x - 1) + y * y) / norm, y / norm),
+          wide((x * (x + 1) + y * y) / norm, -y / norm)};
 }
 
 bool has_reciprocal(mcomplex z) { return finite(z) && !is_zero(z); }
 
-}  // namespace
-
-mcomplex complex_acsc(mcomplex z) {
-  if (!has_reciprocal(z)) return machine(__builtin_casin(narrow(reciprocal(z))));
-  const AroundReciprocal w = around_reciprocal(z);
-  const Wide less = __builtin_csqrtl(w.one_less), more = __builtin_csqrtl(w.one_more);
+mcomplex inverse_sine(const Around& w) {
+  const Wide less = root(w.one_less), more = root(w.one_more);
   return rounded(__builtin_atan2l(w.re, re(less) * re(more) - im(less) * im(more)),
                  __builtin_asinhl(im_conjugate_product(less, more)));
 }
 
-mcomplex complex_asec(mcomplex z) {
-  if (!has_reciprocal(z)) return machine(__builtin_cacos(narrow(reciprocal(z))));
-  const AroundReciprocal w = around_reciprocal(z);
-  const Wide less = __builtin_csqrtl(w.one_less), more = __builtin_csqrtl(w.one_more);
+mcomplex inverse_cosine(const Around& w) {
+  const Wide less = root(w.one_less), more = root(w.one_more);
   return rounded(2 * __builtin_atan2l(re(less), re(more)),
                  __builtin_asinhl(im_conjugate_product(more, less)));
 }
 
-mcomplex complex_asech(mcomplex z) {
-  if (!has_reciprocal(z)) return machine(__builtin_cacosh(narrow(reciprocal(z))));
-  const AroundReciprocal w = around_reciprocal(z);
-  const Wide less = __builtin_csqrtl(-w.one_less), more = __builtin_csqrtl(w.one_more);
+mcomplex inverse_hyperbolic_cosine(const Around& w) {
+  const Wide less = root(-w.one_less), more = root(w.one_more);
   return rounded(__builtin_asinhl(re_conjugate_product(less, more)),
                  2 * __builtin_atan2l(im(less), re(more)));
 }
 
-// asinh(1/z) = i asin(1/(i z))
-mcomplex complex_acsch(mcomplex z) {
-  if (!has_reciprocal(z)) return machine(__builtin_casinh(narrow(reciprocal(z))));
-  const mcomplex turned = complex_acsc({-z.im, z.re});
-  return {-turned.im, turned.re};
-}
-
-// atan(1/z), with |1/z| cleared of both logarithms' arguments.
-mcomplex complex_acot(mcomplex z) {
-  if (!finite(z)) return machine(__builtin_catan(narrow(reciprocal(z))));
+// The parts of atan z for x and y >= 0, in which the logarithm's argument is formed from the distance to the
+// branch point. Of 1/z the second argument of atan2 has the other sign, and the imaginary part.
+struct InverseTangent {
+  long double norm_excess;  // |z|^2 - 1
+  long double logarithm;
+};
+InverseTangent inverse_tangent(mcomplex z) {
   const long double x = z.re, y = __builtin_fabsl(z.im);
-  const long double angle = __builtin_atan2l(2 * x, x * x + (y - 1) * (y + 1)) / 2;
-  const long double logarithm = __builtin_log1pl(4 * y / (x * x + (y - 1) * (y - 1))) / 4;
-  return rounded(angle, __builtin_copysignl(logarithm, -z.im));
+  return {x * x + (y - 1) * (y + 1), __builtin_log1pl(4 * y / (x * x + (y - 1) * (y - 1))) / 4};
 }
 
-// atanh(1/z) = -i atan(1/(-i z))
-mcomplex complex_acoth(mcomplex z) {
-  const mcomplex turned = complex_acot({z.im, -z.re});
-  return {turned.im, -turned.re};
+// i z and -i z
+mcomplex turned_left(mcomplex z) { return {-z.im, z.re}; }
+mcomplex turned_right(mcomplex z) { return {z.im, -z.re}; }
+
+}  // namespace
+
+mcomplex complex_asin(mcomplex z) {
+  return finite(z) ? inverse_sine(around(z)) : machine(__builtin_casin(narrow(z)));
 }
+
+mcomplex complex_acos(mcomplex z) {
+  return finite(z) ? inverse_cosine(around(z)) : machine(__builtin_cacos(narrow(z)));
+}
+
+mcomplex complex_acosh(mcomplex z) {
+  return finite(z) ? inverse_hyperbolic_cosine(around(z)) : machine(__builtin_cacosh(narrow(z)));
+}
+
+mcomplex complex_atan(mcomplex z) {
+  if (!finite(z)) return machine(__builtin_catan(narrow(z)));
+  const InverseTangent parts = inverse_tangent(z);
+  return rounded(__builtin_atan2l(2.0L * z.re, -parts.norm_excess) / 2,
+                 __builtin_copysignl(parts.logarithm, z.im));
+}
+
+mcomplex complex_acsc(mcomplex z) {
+  return has_reciprocal(z) ? inverse_sine(around_reciprocal(z)) : complex_asin(reciprocal(z));
+}
+
+mcomplex complex_asec(mcomplex z) {
+  return has_reciprocal(z) ? inverse_cosine(around_reciprocal(z)) : complex_acos(reciprocal(z));
+}
+
+mcomplex complex_asech(mcomplex z) {
+  return has_reciprocal(z) ? inverse_hyperbolic_cosine(around_reciprocal(z)) : complex_acosh(reciprocal(z));
+}
+
+mcomplex complex_acot(mcomplex z) {
+  if (!finite(z)) return complex_atan(reciprocal(z));
+  const InverseTangent parts = inverse_tangent(z);
+  return rounded(__builtin_atan2l(2.0L * z.re, parts.norm_excess) / 2,
+                 __builtin_copysignl(parts.logarithm, -z.im));
+}
+
+// asinh(z) = i asin(-i z), atanh(z) = i atan(-i z); and -i/z = 1/(i z)
+mcomplex complex_asinh(mcomplex z) { return turned_left(complex_asin(turned_right(z))); }
+mcomplex complex_atanh(mcomplex z) { return turned_left(complex_atan(turned_right(z))); }
+mcomplex complex_acsch(mcomplex z) { return turned_left(complex_acsc(turned_left(z))); }
+mcomplex complex_acoth(mcomplex z) { return turned_left(complex_acot(turned_left(z))); }
 
 // -i log((x + i y) / sqrt(x^2 + y^2)): atan(y/x), and half a turn away where x / sqrt(x^2 + y^2) is on the
 // left.

@@ -79,7 +79,7 @@ struct Cos {
 
 struct Tan {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_tan(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_ctan(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_tan(z); }
 };
 
 struct Csc {
@@ -109,7 +109,7 @@ struct Cosh {
 
 struct Tanh {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_tanh(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_ctanh(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_tanh(z); }
 };
 
 struct Csch {
@@ -129,17 +129,17 @@ struct Coth {
 
 struct Asin {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_asin(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_casin(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_asin(z); }
 };
 
 struct Acos {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_acos(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_cacos(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_acos(z); }
 };
 
 struct Atan {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_atan(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_catan(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_atan(z); }
 };
 
 struct Acsc {
@@ -159,17 +159,17 @@ struct Acot {
 
 struct Asinh {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_asinh(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_casinh(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_asinh(z); }
 };
 
 struct Acosh {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_acosh(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_cacosh(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_acosh(z); }
 };
 
 struct Atanh {
   ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_atanh(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return machine(__builtin_catanh(native(z))); }
+  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_atanh(z); }
 };
 
 struct Acsch {

@@ -14,6 +14,8 @@ mcomplex complex_log2(mcomplex z);
 mcomplex complex_log10(mcomplex z);
 mcomplex complex_log(mcomplex base, mcomplex z);
 
+mcomplex complex_tan(mcomplex z);
+mcomplex complex_tanh(mcomplex z);
 mcomplex complex_csc(mcomplex z);
 mcomplex complex_sec(mcomplex z);
 mcomplex complex_cot(mcomplex z);
@@ -21,6 +23,12 @@ mcomplex complex_csch(mcomplex z);
 mcomplex complex_sech(mcomplex z);
 mcomplex complex_coth(mcomplex z);
 
+mcomplex complex_asin(mcomplex z);
+mcomplex complex_acos(mcomplex z);
+mcomplex complex_atan(mcomplex z);
+mcomplex complex_asinh(mcomplex z);
+mcomplex complex_acosh(mcomplex z);
+mcomplex complex_atanh(mcomplex z);
 mcomplex complex_acsc(mcomplex z);
 mcomplex complex_asec(mcomplex z);
 mcomplex complex_acot(mcomplex z);

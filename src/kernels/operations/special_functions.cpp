@@ -12,6 +12,16 @@ namespace {
 constexpr long double kLogPhi = 0.481211825059603447497758913424368423L;  // of the golden ratio
 constexpr long double kSqrtFive = 2.236067977499789696409173668731276235L;
 
+// Exponents and imaginary parts beyond these give no finite double; larger ones would only overflow on the
+// way, and leave a NaN where an infinity belongs.
+constexpr long double kLargestExponent = 11000;
+constexpr mreal kLargestImaginary = 2000;
+
+long double held(long double exponent) { return exponent < kLargestExponent ? exponent : kLargestExponent; }
+mreal held_imaginary(mreal y) {
+  return __builtin_fabs(y) < kLargestImaginary ? y : __builtin_copysign(kLargestImaginary, y);
+}
+
 // The cosine and sine of pi x, exact where they are 0, 1 or -1.
 struct Turn {
   long double cosine, sine;
@@ -45,15 +55,23 @@ Wide fading_term(mcomplex z) {
   }
   const Turn t = turn(z.re);
   const Wide cosine = wide(t.cosine * __builtin_coshl(kPi * y), -t.sine * __builtin_sinhl(kPi * y));
-  return cosine * __builtin_cexpl(wide(-x * kLogPhi, -y * kLogPhi));
+  return cosine * __builtin_cexpl(wide(held(-x * kLogPhi), -y * kLogPhi));
 }
 
-Wide growing_term(mcomplex z) { return __builtin_cexpl(wide(z.re * kLogPhi, z.im * kLogPhi)); }
+// Near 0 the two terms nearly cancel, in the sum or in a part of it; cos(pi z) = 1 - 2 sin(pi z / 2)^2 then
+// takes the hyperbolic function of phi's logarithm out of them.
+bool near_zero(mcomplex z) { return __builtin_fabs(z.re) < 0.5 && __builtin_fabs(z.im) < 0.5; }
+Wide exponent(mcomplex z) { return wide(z.re * kLogPhi, z.im * kLogPhi); }
+Wide fading_excess(mcomplex z) {
+  const Wide sine = __builtin_csinl(wide(z.re * (kPi / 2), z.im * (kPi / 2)));
+  return 2 * sine * sine * __builtin_cexpl(-exponent(z));
+}
+
+Wide growing_term(mcomplex z) { return __builtin_cexpl(wide(held(z.re * kLogPhi), z.im * kLogPhi)); }
 
 }  // namespace
 
-// (phi^x - cos(pi x) phi^-x) / sqrt(5); near 0, where both terms are near 1, as
-// (2 sinh(x log phi) + 2 sin(pi x / 2)^2 phi^-x) / sqrt(5).
+// (phi^x - cos(pi x) phi^-x) / sqrt(5)
 mreal real_fibonacci(mreal x) {
   const long double power = __builtin_expl(x * kLogPhi);
   if (__builtin_fabs(x) < 0.5) {
@@ -72,10 +90,8 @@ mreal real_lucasl(mreal x) {
 
 mcomplex complex_fibonacci(mcomplex z) {
   if (!finite(z)) return {__builtin_nan(""), __builtin_nan("")};
-  if (__builtin_fabs(z.re) < 0.5 && __builtin_fabs(z.im) < 0.5) {
-    const Wide exponent = wide(z.re * kLogPhi, z.im * kLogPhi);
-    const Wide sine = __builtin_csinl(wide(z.re * (kPi / 2), z.im * (kPi / 2)));
-    const Wide sum = 2 * __builtin_csinhl(exponent) + 2 * sine * sine * __builtin_cexpl(-exponent);
+  if (near_zero(z)) {
+    const Wide sum = 2 * __builtin_csinhl(exponent(z)) + fading_excess(z);
     return rounded(re(sum) / kSqrtFive, im(sum) / kSqrtFive);
   }
   const Wide growing = growing_term(z), fading = fading_term(z);
@@ -84,6 +100,7 @@ mcomplex complex_fibonacci(mcomplex z) {
 
 mcomplex complex_lucasl(mcomplex z) {
   if (!finite(z)) return {__builtin_nan(""), __builtin_nan("")};
+  if (near_zero(z)) return rounded(2 * __builtin_ccoshl(exponent(z)) - fading_excess(z));
   return rounded(growing_term(z) + fading_term(z));
 }
 
@@ -91,7 +108,8 @@ mcomplex complex_lucasl(mcomplex z) {
 mcomplex complex_sinc(mcomplex z) {
   if (!finite(z)) return scalar::divide(machine(__builtin_csin(narrow(z))), z);
   const Wide w = wide(z);
-  if (!(__builtin_fabs(z.re) < 1.0 && __builtin_fabs(z.im) < 1.0)) return rounded(__builtin_csinl(w) / w);
+  if (!(__builtin_fabs(z.re) < 1.0 && __builtin_fabs(z.im) < 1.0))
+    return rounded(__builtin_csinl(wide(z.re, held_imaginary(z.im))) / w);
   const Wide square = w * w;
   Wide sum = wide(1, 0);
   for (int k = 24; k >= 2; k -= 2) sum = wide(1, 0) - square * sum / static_cast<long double>(k * (k + 1));
@@ -124,7 +142,7 @@ mcomplex complex_inversegudermannian(mcomplex z) {
 }
 
 mcomplex complex_haversine(mcomplex z) {
-  const Wide sine = __builtin_csinl(wide(z.re / 2.0L, z.im / 2.0L));
+  const Wide sine = __builtin_csinl(wide(z.re / 2.0L, held_imaginary(z.im) / 2.0L));
   return rounded((re(sine) - im(sine)) * (re(sine) + im(sine)), 2 * re(sine) * im(sine));
 }
 
