@@ -19,6 +19,7 @@
 #ifndef ZENTHAR_COMPARISON_H
 #define ZENTHAR_COMPARISON_H
 
+#include "zenthar/array.h"
 #include "zenthar/types.h"
 
 ZENTHAR_BEGIN_DECLS
@@ -126,6 +127,118 @@ ZENTHAR_API int32_t OrderRealData(const mreal* a, const mreal* b, mint n);
  * @return -1, 0 or 1
  */
 ZENTHAR_API int32_t OrderComplexData(const mcomplex* a, const mcomplex* b, mint n);
+/** @} */
+
+/** @name Sorting permutations
+ * Stable and ascending: `permutation[k]` is the 0-based index of the value that comes k-th, and equal values
+ * keep their order. NaNs come after every number, as equals; so do -0.0 and 0.0 among themselves.
+ *
+ * Time is proportional to n for values that are sorted, reversed or few runs of either, and nearly so
+ * otherwise: a radix sort by the highest 33 bits that vary, then of what agrees in those. Work space is 16 n
+ * bytes of the calling thread's allocator, taken quietly; without it the permutation is sorted in place in
+ * time n log n. From getVectorParallelLengthThreshold() of class 4 on, long sorts are divided among the
+ * pool's threads.
+ *
+ * An abort request ends a long sort: the permutation is the identity then and ::ZENTHAR_ERROR_ABORT is
+ * raised.
+ * @{ */
+
+/**
+ * Sorts the indices of integers by their values.
+ * @param[out] permutation n indices; may not overlap the values
+ * @param      values      n integers
+ * @param      n           their number; nothing is written for 0 or less
+ */
+ZENTHAR_API void MergeSortPermutation_mint(mint* permutation, const mint* values, mint n);
+/** MergeSortPermutation_mint() of reals. */
+ZENTHAR_API void MergeSortPermutation_double(mint* permutation, const mreal* values, mint n);
+/** @} */
+
+/** @name Arrays
+ * Of integers, reals and complex values. An array of rank 1 is a list of its elements, one of higher rank a
+ * list of its rows: the sub-arrays that its first index selects.
+ *
+ * **Order.** Elements are ordered as OrderIntegerData(), OrderRealData() and OrderComplexData() order them,
+ * except that a NaN, as a real, a real part or an imaginary part, comes after every number and is level with
+ * another NaN. Rows are ordered lexicographically by their data.
+ *
+ * **Equality** is that of `tolerance`, as in near1_double() and near1_reim_mcomplex(); rows are equal when
+ * all their elements are. Integers are compared exactly. A NaN equals nothing (see the top of this file), so
+ * it is found nowhere and is counted as a class of its own.
+ *
+ * **Results.** An array is given through a handle as MTensor_allocateCommon() gives it: a new one where the
+ * handle is null, else the one that is there, which may be the argument `array`.
+ *
+ * **Codes.** All return 0; 13 for a null pointer (or two results in one array); 19 for an array that is none
+ * of these types, or an element of another type than the array; 24 for an array of rank 0, or an element
+ * whose rank is not one less than the array's; 25 for an element of another shape than the rows; 402 and 403
+ * as MTensor_allocateCommon() does in failure mode 1; and 34, which is also raised, when the host requests an
+ * abort. After any code but 0 a handle that was null is null, and nothing is stored through other pointers.
+ * After 403 the content of an array that was handed in to take a result is unspecified; otherwise it stays.
+ *
+ * Sorting takes 16 bytes of work space for each element of a list of integers or reals, else 24 for each row
+ * (56 for MTensor_tally()), from the calling thread's allocator; without it the code is 403. Time, threads
+ * and abort requests are as for the sorting permutations.
+ * @{ */
+
+/**
+ * Sorts a list in ascending order; equal elements keep their order, so zeros keep their signs and rows that
+ * are level stay as they stand.
+ * @param[in,out] result the sorted list, of the same type and shape
+ * @param         array  the list
+ * @return 0, 13, 19, 24, 34 or 403
+ */
+ZENTHAR_API int32_t MTensor_Sort(MTensor* result, MTensor array);
+/**
+ * The distinct elements of a list, in ascending order. From the sorted list each element is kept that does
+ * not equal the one that was kept last.
+ *
+ * Under a tolerance, rows and complex values that are equal may stand apart in the order, and are kept both
+ * then.
+ * @param[in,out] result    the list of what is kept, an array of the same type and rank
+ * @param         array     the list
+ * @param         tolerance in bits
+ * @return 0, 13, 19, 24, 34 or 403
+ */
+ZENTHAR_API int32_t MTensor_Union(MTensor* result, MTensor array, mreal tolerance);
+/**
+ * The distinct elements of a list with their numbers, by first appearance. The classes of equal elements are
+ * those of MTensor_Union(); each is shown by its element of lowest index.
+ * @param[in,out] values    one element for each class; may be `array`
+ * @param[in,out] counts    how many elements each class has, a list of integers; an array of its own
+ * @param         array     the list
+ * @param         tolerance in bits
+ * @return 0, 13, 19, 24, 34 or 403
+ */
+ZENTHAR_API int32_t MTensor_tally(MTensor* values, MTensor* counts, MTensor array, mreal tolerance);
+/**
+ * Where an element is in a list.
+ * @param[in,out] result    the positions, counted from 1, in ascending order: a list of integers
+ * @param         array     the list
+ * @param         element   a scalar array for a list of rank 1, else an array shaped as the rows
+ * @param         tolerance in bits
+ * @return 0, 13, 19, 24, 25, 34 or 403
+ */
+ZENTHAR_API int32_t MTensor_position(MTensor* result, MTensor array, MTensor element, mreal tolerance);
+/**
+ * How often an element is in a list.
+ * @param[out] count     the number of elements that equal it
+ * @param      array     the list
+ * @param      element   as for MTensor_position()
+ * @param      tolerance in bits
+ * @return 0, 13, 19, 24, 25 or 34
+ */
+ZENTHAR_API int32_t TensorCount(mint* count, MTensor array, MTensor element, mreal tolerance);
+/** Whether an element is in a list, as TensorCount() counts. @return 0, 13, 19, 24, 25 or 34 */
+ZENTHAR_API int32_t TensorMemberQ(mbool* member, MTensor array, MTensor element, mreal tolerance);
+/** Whether an element is in no place of a list. @return 0, 13, 19, 24, 25 or 34 */
+ZENTHAR_API int32_t TensorFreeQ(mbool* free, MTensor array, MTensor element, mreal tolerance);
+/**
+ * Whether a list is in ascending order, equal neighbours allowed: whether MTensor_Sort() would change
+ * nothing.
+ * @return 0, 13, 19 or 24
+ */
+ZENTHAR_API int32_t TensorOrderedQ(mbool* ordered, MTensor array);
 /** @} */
 
 ZENTHAR_END_DECLS

@@ -48,7 +48,7 @@ inline bool near_distinct(Real t, Real a, Real b) {
 // ignored, is what has its sign: "not below zero".
 template <typename Real>
 inline int32_t compare_with_nan(Real t, Real a, Real b) {
-  if (a == 0 || b == 0 || (a < 0) != (b < 0)) return a != a && b <= 0 ? 1 : -1;
+  if (a == 0 || b == 0 || (a < 0) != (b < 0)) return std::isnan(a) && b <= 0 ? 1 : -1;
   return t >= Real(kSignificandBits<Real>) ? 0 : -1;
 }
 
@@ -56,7 +56,7 @@ inline int32_t compare_with_nan(Real t, Real a, Real b) {
 template <typename Real>
 inline int32_t compare_reals(Real t, Real a, Real b) {
   if (a == b) return 0;
-  if (a != a || b != b) [[unlikely]]
+  if (std::isnan(a) || std::isnan(b)) [[unlikely]]
     return compare_with_nan(t, a, b);
   if (near_distinct(t, a, b)) return 0;
   return a > b ? 1 : -1;
@@ -65,7 +65,7 @@ inline int32_t compare_reals(Real t, Real a, Real b) {
 template <typename Real>
 inline bool near_reals(Real t, Real a, Real b) {
   if (a == b) return true;
-  if (a != a || b != b) [[unlikely]]
+  if (std::isnan(a) || std::isnan(b)) [[unlikely]]
     return compare_with_nan(t, a, b) == 0;
   return near_distinct(t, a, b);
 }
