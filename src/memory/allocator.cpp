@@ -214,7 +214,7 @@ ZENTHAR_NOINLINE void free_slow(void* p) {
 ZENTHAR_NOINLINE void free_medium(void* p) {
   if (p && !guard::watching()) {
     const Found found = find_by_header(p);
-    if (owns(fast_allocator, found.size_class)) [[likely]] {
+    if (found.size_class && owns(fast_allocator, found.size_class)) [[likely]] {
       free_fast<true>(fast_allocator, found.size_class, found.slab, found.block);
       return;
     }

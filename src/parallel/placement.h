@@ -28,7 +28,7 @@ class Place {
   // By the owner, while the worker sleeps.
   bool read_affinity();
   bool allows(int processor) const { return CPU_ISSET(processor, &affinity_); }
-  void move_to(int processor);
+  void move_to(int target);
 
  private:
   std::atomic<int> processor_{-1};

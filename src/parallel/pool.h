@@ -176,7 +176,7 @@ class PoolUse {
 bool pool_exists();
 void drop_pool();  // unlinks the process's pool; the workers end with the last use of it
 
-void add_start_hook(ParallelStartHook hook);
+void add_start_hook(ParallelStartHook function);
 void call_start_hooks(ParallelThread thread);
 
 void serve_as_worker(void* record);  // what a worker's thread runs
