@@ -136,8 +136,8 @@ ZENTHAR_API int32_t OrderComplexData(const mcomplex* a, const mcomplex* b, mint 
  * Time is proportional to n for values that are sorted, reversed or few runs of either, and nearly so
  * otherwise: a radix sort by the highest 33 bits that vary, then of what agrees in those. Work space is 16 n
  * bytes of the calling thread's allocator, taken quietly; without it the permutation is sorted in place in
- * time n log n. From getVectorParallelLengthThreshold() of class 4 on, long sorts are divided among the
- * pool's threads.
+ * time n log n. From getVectorParallelLengthThreshold() of class 4 on, and of 131072 elements, sorts are
+ * divided among the pool's threads.
  *
  * An abort request ends a long sort: the permutation is the identity then and ::ZENTHAR_ERROR_ABORT is
  * raised.
