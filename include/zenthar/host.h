@@ -10,6 +10,7 @@
 #define ZENTHAR_HOST_H
 
 #include "zenthar/hashing.h"
+#include "zenthar/random.h"
 #include "zenthar/types.h"
 
 ZENTHAR_BEGIN_DECLS
@@ -39,6 +40,32 @@ ZENTHAR_API void WeakHashTable_Add(HashTable table, HashEntry entry);
  * @param entry the entry, its key and value still in place
  */
 ZENTHAR_API void WeakHashTable_Remove(HashTable table, HashEntry entry);
+
+/** @name Random generators
+ * @{ */
+/** @return a new generator object with a function table, both from zalloc(); the default's are zero-filled */
+ZENTHAR_API RandomGenerator RandomGenerator_newGeneric(void);
+/** @return a copy of a generator's array of distribution functions; the default returns its argument */
+ZENTHAR_API void* RandomDistributionFunctionArray_copy(void* array);
+/** Frees such an array. The default does nothing. */
+ZENTHAR_API void RandomDistributionFunctionArray_delete(void* array);
+/**
+ * Seeds the calling thread's current generator. The default seeds with the key of this one word.
+ * @param seed points to the word
+ */
+ZENTHAR_API void CompiledSeedRandom(mint* seed);
+/**
+ * The generator that the calling thread draws from.
+ *
+ * The default is CurrentRandomGenerator_get(). For a thread that has none it registers the library's methods,
+ * under the numbers that compiled code knows them by, makes a generator of the method named
+ * ::DefaultRandomGeneratorName, seeds it from the operating system, and makes it the thread's current one.
+ * Workers of the pool get one of the method "ParallelGenerator", with their GetParallelGeneratorIndex() for
+ * the stream.
+ * @return the generator, null when there is no memory for one
+ */
+ZENTHAR_API RandomGenerator GetCurrentRandomGenerator(void);
+/** @} */
 
 ZENTHAR_END_DECLS
 

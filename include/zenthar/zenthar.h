@@ -13,6 +13,7 @@
 #include "zenthar/host.h"
 #include "zenthar/memory.h"
 #include "zenthar/parallel.h"
+#include "zenthar/random.h"
 #include "zenthar/runtime.h"
 #include "zenthar/scalar.h"
 #include "zenthar/threads.h"

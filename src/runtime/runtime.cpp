@@ -10,6 +10,7 @@
 #include "kernels/dispatch/thresholds.h"
 #include "memory/allocator.h"
 #include "parallel/module.h"
+#include "random/random.h"
 #include "zenthar/threads.h"
 
 namespace {
@@ -22,6 +23,7 @@ constexpr StartHook kStartHooks[] = {
     zenthar::memory_initialize,
     zenthar::hashing_initialize,
     zenthar::array_initialize,
+    zenthar::random_initialize,
     zenthar::parallel_initialize,
     zenthar::vector_thresholds_initialize,
     zenthar::permanent_array_initialize,
@@ -32,6 +34,7 @@ constexpr StartHook kStartHooks[] = {
 constexpr EndHook kEndHooks[] = {
     zenthar::array_tear_down,
     zenthar::parallel_tear_down,
+    zenthar::random_tear_down,
 };
 
 // Run after these at a full tear-down: the foundations.
