@@ -1,8 +1,8 @@
 // The nouns of the allocator.
 //
-//   region     4 MiB of address space, aligned to its size: 64 chunks. Chunk 0 holds the region's own record,
-//   with
-//              one slab descriptor per chunk, so that the descriptor of an address follows by arithmetic.
+//   region     4 MiB of address space, aligned to its size: 64 chunks. Chunk 0 holds the region's own
+//              record, with one slab descriptor per chunk, so that the descriptor of an address follows by
+//              arithmetic.
 //   chunk      64 KiB. A run of neighbouring chunks makes the memory of one slab.
 //   slab       blocks of one size class, owned by one thread's allocator.
 //   block      what a request gets. While free it holds the link to the next free block of its slab.
