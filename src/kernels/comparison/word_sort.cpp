@@ -20,11 +20,11 @@ namespace {
 constexpr int kDigitBits = 11;
 constexpr int kDigits = 3;
 constexpr mint kBuckets = mint{1} << kDigitBits;
-constexpr mint kInsertion = 20;             // words up to which insertion is fastest
-constexpr mint kMergeSort = 400;            // words from which distribution pays
-constexpr mint kMaxRuns = 8;                // natural runs that are merged rather than distributed
-constexpr mint kPollBlock = mint{1} << 20;  // words moved between two looks for an abort request
-constexpr mint kLeastShare = 16384;         // words for which another thread is woken
+constexpr mint kInsertion = 20;              // words up to which insertion is fastest
+constexpr mint kMergeSort = 400;             // words from which distribution pays
+constexpr mint kMaxRuns = 8;                 // natural runs that are merged rather than distributed
+constexpr mint kPollBlock = mint{1} << 20;   // words moved between two looks for an abort request
+constexpr mint kLeastShare = mint{1} << 16;  // words for which another thread is woken
 
 void insertion_sort(uint64_t* words, mint n) {
   for (mint i = 1; i < n; ++i) {
