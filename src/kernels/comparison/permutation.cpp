@@ -41,13 +41,13 @@ class PermutationSort {
     uint64_t varying = 0;
     for (; column < rows_.columns; ++column)
       if ((varying = varying_bits(from, to, column, identity)) != 0) break;
-    if (column == rows_.columns || to - from <= kFewRows || nested == kMostNested) {
+    if (varying == 0 || to - from <= kFewRows || nested == kMostNested) {
       if (identity) std::iota(permutation_ + from, permutation_ + to, from);
-      if (column < rows_.columns) compare_and_sort(from, to, column);
+      if (varying != 0) compare_and_sort(from, to, column);
       return true;
     }
     const int place_bits = int(std::bit_width(uint64_t(to - from - 1)));
-    const int highest = 63 - int(std::bit_width(varying) - 1);  // leading bits in which no keys differ
+    const int highest = int(std::countl_zero(varying));  // leading bits in which no keys differ
     const bool whole = (varying << highest & places(place_bits)) == 0;
     fill_words(from, to, column, highest, place_bits, identity);
     uint64_t* const sorted = sort_words(words_ + from, spare_ + from, to - from, place_bits);
