@@ -31,12 +31,10 @@ ZENTHAR_LOOP uint64_t temper(uint64_t x) {
 // Every word of a half depends on words of the old state and of the other half alone, so each loop may run in
 // vectors of any length.
 ZENTHAR_LOOP void twist_loops(uint64_t* __restrict__ s, uint64_t* __restrict__ out) {
-#pragma GCC ivdep
   for (int64_t k = 0; k < kTwisterWords - kMiddle; ++k) {
     s[k] = next_word(s[k], s[k + 1], s[k + kMiddle]);
     out[k] = temper(s[k]);
   }
-#pragma GCC ivdep
   for (int64_t k = kTwisterWords - kMiddle; k < kTwisterWords - 1; ++k) {
     s[k] = next_word(s[k], s[k + 1], s[k + kMiddle - kTwisterWords]);
     out[k] = temper(s[k]);

@@ -10,8 +10,12 @@
 #if defined(__x86_64__)
 #define ZENTHAR_RANDOM_X86 1
 #define ZENTHAR_AVX2 __attribute__((target("avx2")))
+#ifdef __clang__
+#define ZENTHAR_AVX512 __attribute__((target("avx2,avx512f,avx512dq,avx512bw,avx512vl")))
+#else
 #define ZENTHAR_AVX512 \
   __attribute__((target("avx2,avx512f,avx512dq,avx512bw,avx512vl,prefer-vector-width=256")))
+#endif
 #endif
 
 namespace zenthar::random {
