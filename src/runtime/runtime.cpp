@@ -20,14 +20,10 @@ using EndHook = void (*)();
 
 // Run with every phase, in this order.
 constexpr StartHook kStartHooks[] = {
-    zenthar::memory_initialize,
-    zenthar::hashing_initialize,
-    zenthar::array_initialize,
-    zenthar::random_initialize,
-    zenthar::parallel_initialize,
-    zenthar::vector_thresholds_initialize,
-    zenthar::permanent_array_initialize,
-    zenthar::abort_flags_initialize,
+    zenthar::memory_initialize,          zenthar::hashing_initialize,
+    zenthar::array_initialize,           zenthar::random_initialize,
+    zenthar::parallel_initialize,        zenthar::vector_thresholds_initialize,
+    zenthar::permanent_array_initialize, zenthar::abort_flags_initialize,
 };
 
 // Run at every tear-down.
