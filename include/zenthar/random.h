@@ -346,9 +346,10 @@ ZENTHAR_API void MersenneTwister_free(RandomGenerator generator);             /*
  * over 17 words, each word of the key as its low and its high half; it begins as the published init_genrand
  * with 5489 leaves it. The words of a block are two halves each, earlier half low.
  *
- * Each stream has a recurrence of its own, linear over GF(2) with 521 bits of state. Its characteristic
- * polynomial need not be irreducible, so the period is that of the factors in which the seed has a part
- * (tools/pmt32-factors shows their degrees), and not 2^521 - 1 for every stream.
+ * Each stream has a recurrence of its own, linear over GF(2) with 521 bits of state. The characteristic
+ * polynomials of twelve of the streams are irreducible: these have period 2^521 - 1. The others fall into
+ * factors of lower degrees, which tools/pmt32-factors lists, and have the period of those factors in which
+ * the seed has a part: the least common multiple of divisors of 2^degree - 1.
  * @param stream_index points to a ::mint, 0 to 1023; null for 0
  * @return null for any other index
  */
