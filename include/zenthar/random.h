@@ -301,7 +301,11 @@ ZENTHAR_API void* Runtime_RandomGenerator_getMRealFunction(RandomGenerator gener
 /** @name Random states
  * @{ */
 ZENTHAR_API RandomStateEntry RandomStateEntry_new(void); /**< an empty entry */
-/** A new entry with a generator. @param previous the entry it is linked after, or null */
+/**
+ * A new entry with a generator.
+ * @param previous  the entry it is linked after, or null
+ * @param generator what the entry holds
+ */
 ZENTHAR_API RandomStateEntry RandomStateEntry_add(RandomStateEntry previous, RandomGenerator generator);
 ZENTHAR_API RandomState RandomState_new(void); /**< an empty state */
 /** Takes a reference on every entry's generator, and on the workers' states, unless that was done before. */
@@ -397,6 +401,8 @@ ZENTHAR_API int32_t UniformRandomMIntegers(mint* output, mint count, mint a, min
 ZENTHAR_API int32_t UniformRandomMReals(mreal* output, mint count, mreal low, mreal high);
 /**
  * Fills with complexes of a rectangle: all real parts are drawn first, then all imaginary parts.
+ * @param output what is filled
+ * @param count  the number of complexes
  * @param lower the corner with the least parts
  * @param upper the opposite corner, excluded
  * @return 0, 11, 403, or a code of the real function: of the first call with nothing written, of the second
@@ -438,6 +444,7 @@ ZENTHAR_API int32_t Generic_randomMReals(mreal* output, mint count, RandomGenera
 /**
  * The running sums of weights.
  * @param[in,out] output handle of the result, null for a new array; the caller's also after a failure
+ * @param weights what is added up
  * @return 0; -1 when a weight is negative (at once) or the total is 0; 1001 when it is not finite; 403
  */
 ZENTHAR_API int32_t AccumulateWeightMTensor(MTensor* output, MTensor weights);

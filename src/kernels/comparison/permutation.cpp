@@ -48,6 +48,8 @@ class PermutationSort {
     }
     const int place_bits = int(std::bit_width(uint64_t(to - from - 1)));
     const int highest = int(std::countl_zero(varying));  // leading bits in which no keys differ
+    // `varying` is not 0, so `highest` is below 64.
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult)
     const bool whole = (varying << highest & places(place_bits)) == 0;
     fill_words(from, to, column, highest, place_bits, identity);
     uint64_t* const sorted = sort_words(words_ + from, spare_ + from, to - from, place_bits);
