@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <random>
 #include <string>
 #include <vector>
@@ -47,7 +49,7 @@ void expect_same_values(ByteHashFunction function, ByteHashFunction plain, size_
   for (size_t length = 0; length <= longest; ++length)
     for (size_t offset = 0; offset < (length ? alignments : 1); ++offset) {
       std::vector<uint8_t> block(offset + length);
-      std::memcpy(block.data() + offset, bytes.data(), length);
+      std::copy_n(bytes.begin(), length, block.begin() + ptrdiff_t(offset));
       ASSERT_EQ(function(block.data() + offset, length), plain(bytes.data(), length))
           << "length " << length << " at alignment " << offset;
     }

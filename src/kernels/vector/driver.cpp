@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "errors/errors.h"
 #include "kernels/scalar/raise.h"
 #include "zenthar/dispatch.h"
 #include "zenthar/errors.h"
@@ -168,7 +169,7 @@ struct Run {
 
 // Whether the host wants an end. It is asked by one thread at a time.
 bool abort_requested(ParallelThread thread) {
-  if (*getAbortWatchHandle() == 0) return false;
+  if (relaxed(*getAbortWatchHandle()) == 0) return false;
   if (!thread) return checkAbortWatch();
   ParallelThread_synchronizeLock(thread);
   const bool requested = checkAbortWatch();
