@@ -94,7 +94,8 @@ ZENTHAR_API void RuntimeFree(void* p);                                /**< zfree
 /** @name Accounting
  * All figures are bytes and belong to the calling thread's allocator, which is made when there is none yet.
  * What counts is what requests are charged (zalloc_round()) and the allocator's own record. A block that
- * another thread frees counts until its owner's next request of the same class, or until CompactifyMemory().
+ * another thread frees counts until its owner's next request of the same class (of requests that follow each
+ * other within microseconds not every one looks), or until CompactifyMemory().
  * @{ */
 
 /** A saved high-water mark; a list of them nests measurements. */
@@ -133,7 +134,10 @@ ZENTHAR_API mint MaxMemoryListLength(MaxMemoryList* list);
  *         allocator or no memory
  */
 ZENTHAR_API uint64_t* FullMemoryInformation(mint* count, int32_t kind);
-/** Collects what threads freed of each other's blocks, and gives free slabs back to the system. */
+/**
+ * Collects what threads freed of each other's blocks, and gives memory that is free back to the system:
+ * slabs, and the large blocks, up to 128 MiB a thread, that the calling thread has freed and kept at hand.
+ */
 ZENTHAR_API void CompactifyMemory(void);
 /** Sets the function that is called when a request passes the soft limit (process-wide; null for none). */
 ZENTHAR_API void MC_set_interrupt_fun(void (*interrupt)(void));

@@ -406,7 +406,7 @@ ZENTHAR_API int32_t UniformRandomMReals(mreal* output, mint count, mreal low, mr
  * @param lower the corner with the least parts
  * @param upper the opposite corner, excluded
  * @return 0, 11, 403, or a code of the real function: of the first call with nothing written, of the second
- * with imaginary parts 0
+ * with 0 in the imaginary parts
  */
 ZENTHAR_API int32_t UniformRandomMComplexes(mcomplex* output, mint count, mcomplex lower, mcomplex upper);
 ZENTHAR_API int32_t Runtime_UniformRandomMIntegers(mint* output, mint count, mint a,

@@ -250,14 +250,13 @@ bool misaligned(const void* p) { return reinterpret_cast<uintptr_t>(p) % 16 != 0
 
 // Grows or shrinks a large block by the system's means, which can move pages instead of copying. The accounts
 // see what a new block beside the old one would have shown them.
-void* reallocate_large(void* p, LargeBlock* block, const Request& request, size_t size, bool aligned,
+void* reallocate_large(LargeBlock* block, const Request& request, size_t size, bool aligned,
                        int32_t failmode) {
   ThreadAllocator* allocator = current_allocator;
   if (!within_limit(allocator, request.rounded) && failmode == 1) return nullptr;
   const uint64_t old_size = block->size;
   void* moved = resize_large(allocator, block, request.rounded, aligned);
   if (!moved) return fail(size, failmode);
-  (void)p;
   charge(allocator, request.rounded);
   discharge(allocator, old_size);
   return moved;
@@ -275,7 +274,7 @@ void* reallocate(void* p, size_t size, int32_t aligned, int32_t failmode) {
   const Request request = round_request(size, aligned != 0);
   if (found.large && request.large && !request.wraps && found.large->owner == current_allocator &&
       !misaligned(p) == (aligned != 0))
-    return reallocate_large(p, found.large, request, size, aligned != 0, failmode);
+    return reallocate_large(found.large, request, size, aligned != 0, failmode);
   void* moved = allocate(size, aligned, failmode);
   if (!moved) return nullptr;
   if (!found.large) guard::open(p, found.capacity);

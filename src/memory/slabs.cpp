@@ -236,8 +236,6 @@ void initialise_class(SizeClass* size_class, ThreadAllocator* owner, size_t inde
   size_class->recent_limit =
       uint32_t(std::clamp<size_t>(kRecentBytes * (index <= kSmallClasses ? 2 : 1) / size, 2, 256));
   size_class->slab_chunks = uint32_t(chunks);
-  size_class->slab_pages = uint32_t(chunks * (kChunkSize >> kPageShift));
-  size_class->blocks_per_slab = uint32_t(chunks * kChunkSize / size);
   owner->remote_pending[index].store(0, std::memory_order_relaxed);
   size_class->remote.store(0, std::memory_order_relaxed);
 }

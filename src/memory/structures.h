@@ -94,8 +94,6 @@ struct alignas(128) SizeClass {
   Block* aside;          // taken off `remote` by CompactifyMemory(), waiting for the owner
   uint32_t index;        // of the class
   uint32_t slab_chunks;  // a slab's memory, in chunks
-  uint32_t slab_pages;
-  uint32_t blocks_per_slab;
 };
 static_assert(offsetof(SizeClass, remote) == 64);
 
