@@ -195,6 +195,39 @@ inline bool same(int32_t type, const void* a, const void* b) {
   return true;
 }
 
+// By how many units in the last place a vector function may differ from the scalar one: both are so near the
+// exact value. Arithmetic does not differ at all.
+inline uint64_t tolerance(int32_t op) {
+  switch (op) {
+    case MACHFUNC_EXP:
+      return 2;
+    default:
+      return 0;
+  }
+}
+
+// The place of a real among all reals in order.
+inline int64_t place(mreal x) {
+  int64_t bits;
+  std::memcpy(&bits, &x, 8);
+  return bits < 0 ? std::numeric_limits<int64_t>::min() - bits : bits;
+}
+
+// Whether two elements are the same but for `units` in the last place of each part.
+inline bool close(int32_t type, const void* a, const void* b, uint64_t units) {
+  if (units == 0 || type == kInteger) return same(type, a, b);
+  for (size_t part = 0; part < size_of(type); part += 8) {
+    mreal x, y;
+    std::memcpy(&x, static_cast<const char*>(a) + part, 8);
+    std::memcpy(&y, static_cast<const char*>(b) + part, 8);
+    if (std::isnan(x) != std::isnan(y)) return false;
+    if (std::isnan(x)) continue;
+    const int64_t p = place(x), q = place(y);
+    if ((p > q ? uint64_t(p) - uint64_t(q) : uint64_t(q) - uint64_t(p)) > units) return false;
+  }
+  return true;
+}
+
 }  // namespace kernel_records
 
 #endif

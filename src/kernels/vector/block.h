@@ -6,6 +6,7 @@
 
 #include "kernels/operations/all.h"
 #include "kernels/operations/elements.h"
+#include "kernels/vector/simd/forms.h"
 
 namespace zenthar::ZENTHAR_TARGET {
 
@@ -30,7 +31,7 @@ ZENTHAR_KERNEL void* from_element(void* run, mint i) {
 }
 
 // The elements of an operation on arguments of the types it names. This is where an operation gets a loop of
-// its own, a vector form of an elementary function say: a specialisation computes n elements and returns 0,
+// its own: a specialisation computes n elements and returns 0,
 // or not 0 when some arguments may have failed. `kProbes` says that flag 2 has been seen to.
 template <class Op, uint32_t kFlags, class... A>
 struct Loop {
@@ -56,6 +57,15 @@ struct Loop {
     }
     return failed;
   }
+};
+
+// Loops of vector forms are defined in simd/.
+template <class Op, uint32_t kFlags, class... A>
+requires kHasVectorForm<Op, A...>
+struct Loop<Op, kFlags, A...> {
+  using R = Result<Op, A...>;
+  static constexpr bool kProbes = kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
+  static int64_t run(void* result, const void* const* operands, mint n);
 };
 
 // Operations that do to both parts of complexes what they do to reals.

@@ -1,0 +1,25 @@
+// Operations whose loops have a vector form: branch-free code for as many elements at once as a register of
+// the target holds, with the scalar definition for the rare arguments that it leaves out. Results can differ
+// from the scalar function's in the last place, by as much as zenthar/dispatch.h says.
+//
+// To add one, say so here and define its loops in a source of this folder with ZENTHAR_VECTOR_FORM (loop.h).
+#ifndef ZENTHAR_KERNELS_VECTOR_SIMD_FORMS_H
+#define ZENTHAR_KERNELS_VECTOR_SIMD_FORMS_H
+
+#include "kernels/operations/all.h"
+
+namespace zenthar::ZENTHAR_TARGET {
+
+template <class Op, class... A>
+inline constexpr bool kHasVectorForm = false;
+
+// Vectors are those of x86.
+#ifdef __SSE2__
+// exponential.cpp
+template <>
+inline constexpr bool kHasVectorForm<Exp, mreal> = true;
+#endif
+
+}  // namespace zenthar::ZENTHAR_TARGET
+
+#endif

@@ -1,0 +1,143 @@
+// Makes a loop over elements of a vector form.
+//
+// A form is a class with `static Real compute(Real x..., Mask& rare)`, or with Complex for the operands or
+// the result that are complex. It sets lanes of `rare` whose result it does not have; these are computed by
+// the operation's definition. It must not depend on what other lanes hold, so that an element's result
+// depends on the element alone.
+#ifndef ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
+#define ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
+
+#include "kernels/vector/block.h"
+#include "kernels/vector/simd/lanes.h"
+
+namespace zenthar::ZENTHAR_TARGET {
+
+template <class T>
+struct LanesOf;
+
+template <>
+struct LanesOf<mreal> {
+  using Type = Real;
+  ZENTHAR_KERNEL static Real load(const void* from) { return load_lanes(from); }
+  ZENTHAR_KERNEL static void store(void* to, Real x) { store_lanes(to, x); }
+  ZENTHAR_KERNEL static Real probe(Real x) { return x - x; }
+};
+
+template <>
+struct LanesOf<mcomplex> {
+  using Type = Complex;
+  ZENTHAR_KERNEL static Complex load(const void* from) {
+    const Real a = load_lanes(from), b = load_lanes(static_cast<const char*>(from) + sizeof(Real));
+#if defined(__AVX512F__)
+    return {__builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14),
+            __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15)};
+#elif defined(__AVX2__)
+    return {__builtin_shufflevector(a, b, 0, 2, 4, 6), __builtin_shufflevector(a, b, 1, 3, 5, 7)};
+#else
+    return {__builtin_shufflevector(a, b, 0, 2), __builtin_shufflevector(a, b, 1, 3)};
+#endif
+  }
+  ZENTHAR_KERNEL static void store(void* to, Complex z) {
+    Real a, b;
+#if defined(__AVX512F__)
+    a = __builtin_shufflevector(z.re, z.im, 0, 8, 1, 9, 2, 10, 3, 11);
+    b = __builtin_shufflevector(z.re, z.im, 4, 12, 5, 13, 6, 14, 7, 15);
+#elif defined(__AVX2__)
+    a = __builtin_shufflevector(z.re, z.im, 0, 4, 1, 5);
+    b = __builtin_shufflevector(z.re, z.im, 2, 6, 3, 7);
+#else
+    a = __builtin_shufflevector(z.re, z.im, 0, 2);
+    b = __builtin_shufflevector(z.re, z.im, 1, 3);
+#endif
+    store_lanes(to, a);
+    store_lanes(static_cast<char*>(to) + sizeof(Real), b);
+  }
+  ZENTHAR_KERNEL static Real probe(Complex z) { return real(bits(z.re - z.re) | bits(z.im - z.im)); }
+};
+
+template <class Op, class Form, uint32_t kFlags, class... A>
+class VectorLoop {
+ public:
+  using R = Result<Op, A...>;
+
+  static int64_t run(void* result, const void* const* operands, mint n) {
+    return run(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
+  }
+
+ private:
+  static constexpr bool kProbed = kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
+
+  // What has been seen to fail: in vectors by probes, elsewhere one by one.
+  struct Found {
+    Bits probes{};
+    int64_t failed = 0;
+  };
+
+  template <int... k>
+  ZENTHAR_KERNEL static int64_t run(void* result, const void* const* operands, mint n,
+                                    std::integer_sequence<int, k...>) {
+    const void* const own[] = {operands[k]...};
+    Found found;
+    mint i = 0;
+    for (; i + kLanes <= n; i += kLanes)
+      step(found, from_element<R>(result, i), from_element<A>(own[k], i)...);
+    if (i < n) {
+      // The rest in buffers, padded with its last element.
+      alignas(64) char padded[sizeof...(A)][kLanes * sizeof(mcomplex)];
+      alignas(64) R results[kLanes];
+      const mint rest = n - i;
+      (pad<A>(padded[k], from_element<A>(own[k], i), rest), ...);
+      step(found, results, static_cast<const void*>(padded[k])...);
+      __builtin_memcpy(from_element<R>(result, i), results, size_t(rest) * sizeof(R));
+    }
+    for (int lane = 0; lane < kLanes; ++lane) found.failed |= int64_t(found.probes[lane]);
+    return found.failed;
+  }
+
+  template <class T>
+  ZENTHAR_KERNEL static void pad(void* to, const void* from, mint n) {
+    for (mint lane = 0; lane < kLanes; ++lane) store(to, lane, load<T>(from, lane < n ? lane : n - 1));
+  }
+
+  // One vector of elements.
+  template <class... P>
+  ZENTHAR_KERNEL static void step(Found& found, void* result, P... operands) {
+    Mask rare = none();
+    auto y = Form::compute(LanesOf<A>::load(operands)..., rare);
+    if (__builtin_expect(any(rare), 0)) {
+      alignas(64) R results[kLanes];
+      LanesOf<R>::store(results, y);
+      found.failed |= compute_rare(results, lanes_of(rare), operands...);
+      y = LanesOf<R>::load(results);
+    }
+    LanesOf<R>::store(result, y);
+    if constexpr (kProbed) found.probes |= bits(LanesOf<R>::probe(y));
+  }
+
+  template <class... P>
+  [[gnu::noinline, gnu::cold]] static int64_t compute_rare(R* results, uint32_t lanes, P... operands) {
+    int64_t failed = 0;
+    for (; lanes != 0; lanes &= lanes - 1) {
+      const int lane = __builtin_ctz(lanes);
+      const Outcome<R> outcome = evaluate_own<Op>(BlockChecks<kFlags>{}, load<A>(operands, lane)...);
+      results[lane] = outcome.value;
+      failed |= int64_t(outcome.failure);
+    }
+    return failed;
+  }
+};
+
+// Defines the loops of an operation with a vector form: ZENTHAR_VECTOR_FORM(Op, Form, types of operands).
+#define ZENTHAR_VECTOR_FORM(Op, Form, ...)                                                             \
+  template <>                                                                                          \
+  int64_t Loop<Op, 0, __VA_ARGS__>::run(void* result, const void* const* operands, mint n) {           \
+    return VectorLoop<Op, Form, 0, __VA_ARGS__>::run(result, operands, n);                             \
+  }                                                                                                    \
+  template <>                                                                                          \
+  int64_t Loop<Op, kCheckReals, __VA_ARGS__>::run(void* result, const void* const* operands, mint n) { \
+    return VectorLoop<Op, Form, kCheckReals, __VA_ARGS__>::run(result, operands, n);                   \
+  }
+
+}  // namespace zenthar::ZENTHAR_TARGET
+
+#endif

@@ -1,0 +1,218 @@
+// How far the vector functions that have forms of their own are from the exact results, on every processor
+// target. Each row stands with its bound in units in the last place; what was seen is printed, and recorded
+// as a property of the test. ZENTHAR_POINTS in the environment sets the number of arguments of a row.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "exact.h"
+#include "kernel_records.h"
+#include "kernels/vector/targets.h"
+#include "zenthar/zenthar.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+// The kernels are linked into this program besides the library, to choose their target, and so are their
+// tables.
+extern "C" const char* __asan_default_options() { return "detect_odr_violation=0"; }
+#endif
+
+namespace {
+
+using namespace exact;
+using kernel_records::kComplex, kernel_records::kReal;
+
+constexpr mreal kInfinity = std::numeric_limits<mreal>::infinity();
+
+using Reference = std::function<Exact(const std::vector<Exact>& operands)>;
+
+// Where an operand (of a complex, each part) is looked for besides the whole range.
+struct Interval {
+  mreal low, high;
+};
+
+struct Row {
+  int32_t op;
+  std::vector<int32_t> types;
+  Reference reference;
+  mreal bound;
+  std::vector<Interval> intervals;  // one an operand
+  std::vector<mreal> hard = {};     // further arguments, for each operand
+};
+
+Reference of(Exact::Real f) {
+  return [f](const std::vector<Exact>& x) { return Exact::apply(f, x[0]); };
+}
+[[maybe_unused]] Reference of(Exact::Unary f) {
+  return [f](const std::vector<Exact>& z) { return Exact::apply(f, z[0]); };
+}
+
+const std::vector<Row>& rows() {
+  static const std::vector<Row> rows = {
+      {MACHFUNC_EXP,
+       {kReal},
+       of(mpfr_exp),
+       0.65,
+       {{-745, 710}},
+       {-0x1.74910d52d3053p+9, 0x1.62e42fefa39efp+9}},
+  };
+  return rows;
+}
+
+class Arguments {
+ public:
+  explicit Arguments(uint64_t seed) : random_(seed) {}
+
+  // Uniform or with a uniform exponent in the interval, any number at all, or a special one.
+  mreal next(const Row& row, size_t operand) {
+    const auto [low, high] = row.intervals[operand];
+    const auto& special = kernel_records::special_reals();
+    switch (random_() % 8) {
+      case 0:
+        return std::bit_cast<mreal>(random_());
+      case 1:
+        return special[random_() % special.size()];
+      case 2:
+        if (!row.hard.empty()) return row.hard[random_() % row.hard.size()];
+        [[fallthrough]];
+      case 3:
+      case 4: {
+        const mreal most = std::max(std::fabs(low), std::fabs(high));
+        const mreal x = std::ldexp(most, -int(random_() % 60)) * uniform(0.5, 1);
+        const mreal y = random_() % 2 ? -x : x;
+        if (y >= low && y <= high) return y;
+        [[fallthrough]];
+      }
+      default:
+        return uniform(low, high);
+    }
+  }
+
+ private:
+  mreal uniform(mreal low, mreal high) { return std::uniform_real_distribution<mreal>(low, high)(random_); }
+  std::mt19937_64 random_;
+};
+
+// Arguments of a row with the exact results, shared by the targets.
+struct Cases {
+  std::vector<std::vector<mreal>> operands;  // parts beside each other
+  std::vector<mreal> scalar;                 // the scalar function's results
+  std::vector<Exact> exact;
+};
+
+size_t parts_of(int32_t type) { return type == kComplex ? 2 : 1; }
+
+int32_t result_type(const Row& row) {
+  return row.types.size() == 1 ? MNumericArray_ReturnType1(row.op, row.types[0])
+                               : MNumericArray_ReturnType2(row.op, row.types[0], row.types[1]);
+}
+
+Cases make_cases(const Row& row) {
+  const char* const wanted = std::getenv("ZENTHAR_POINTS");
+  const int points = wanted ? std::atoi(wanted) : 2500;
+  const size_t arity = row.types.size(), result_parts = parts_of(result_type(row));
+  Arguments arguments(uint64_t(row.op) * 977);
+  Cases cases;
+  cases.operands.resize(arity);
+  for (int k = 0; k < points; ++k) {
+    std::vector<Exact> exact;
+    const void* data[2] = {};
+    mreal z[2][2];
+    for (size_t a = 0; a < arity; ++a) {
+      z[a][1] = 0;
+      for (size_t part = 0; part < parts_of(row.types[a]); ++part) z[a][part] = arguments.next(row, a);
+      exact.emplace_back(z[a][0], z[a][1]);
+      data[a] = z[a];
+    }
+    mreal scalar[2];
+    const int32_t status =
+        arity == 1 ? MNumericArray_getUnaryScalarMachFunc(row.op, row.types[0])(scalar, data[0], 0)
+                   : MNumericArray_getBinaryScalarMachFunc(row.op, row.types[0], row.types[1])(
+                         scalar, data[0], data[1], 0);
+    setExceptionActive(0);
+    if (status != 0) continue;  // failures are the business of other tests
+    for (size_t a = 0; a < arity; ++a)
+      cases.operands[a].insert(cases.operands[a].end(), z[a], z[a] + parts_of(row.types[a]));
+    cases.scalar.insert(cases.scalar.end(), scalar, scalar + result_parts);
+    cases.exact.push_back(row.reference(exact));
+  }
+  return cases;
+}
+
+const Cases& cases_of(size_t row) {
+  static std::vector<Cases> all(rows().size());
+  if (all[row].exact.empty()) all[row] = make_cases(rows()[row]);
+  return all[row];
+}
+
+class VectorForms : public testing::TestWithParam<zenthar::Target> {
+ protected:
+  void SetUp() override {
+    if (!zenthar::runs(GetParam())) GTEST_SKIP() << "this processor does not run the target";
+    zenthar::use_target(GetParam());
+    setExceptionStyle(1);
+  }
+};
+
+// Results that are zeros, infinities or NaNs in the scalar function are the same here; all others lie within
+// the row's bound of the exact ones.
+TEST_P(VectorForms, AreAccurate) {
+  for (size_t number = 0; number < rows().size(); ++number) {
+    const Row& row = rows()[number];
+    const Cases& cases = cases_of(number);
+    const size_t n = cases.exact.size(), parts = parts_of(result_type(row));
+    ASSERT_GT(n, 100u);
+    std::vector<mreal> results(n * parts);
+    const int32_t code =
+        row.types.size() == 1
+            ? MNumericArray_getUnaryVectorMachFunc(row.op, row.types[0])(results.data(),
+                                                                         cases.operands[0].data(), mint(n), 0)
+            : MNumericArray_getBinaryVectorMachFunc(row.op, row.types[0], row.types[1])(
+                  results.data(), cases.operands[0].data(), 1, cases.operands[1].data(), 1, mint(n), 0);
+    ASSERT_EQ(code, 0);
+    mreal worst = 0;
+    size_t where = 0;
+    for (size_t i = 0; i < n * parts; ++i) {
+      const mreal scalar = cases.scalar[i], got = results[i];
+      const Exact& exact = cases.exact[i / parts];
+      const bool plain = std::isfinite(scalar) && scalar != 0;
+      const mreal error = plain || !kernel_records::same(kReal, &scalar, &got)
+                              ? ulps(got, i % parts ? exact.im() : exact.re())
+                              : 0.0;
+      if (!plain && scalar == 0 && got == 0) {
+        ASSERT_EQ(std::signbit(scalar), std::signbit(got))
+            << MNumericArray_getMachFuncName(row.op) << " of element " << i / parts << " has the wrong sign";
+      }
+      if (error > worst || std::isnan(error)) worst = error, where = i / parts;
+    }
+    std::string at;
+    for (size_t a = 0; a < row.types.size(); ++a)
+      for (size_t part = 0; part < parts_of(row.types[a]); ++part) {
+        char text[64];
+        std::snprintf(text, sizeof text, " %a", cases.operands[a][where * parts_of(row.types[a]) + part]);
+        at += text;
+      }
+    const std::string name =
+        MNumericArray_getMachFuncName(row.op) + std::string(row.types[0] == kComplex ? " of complexes" : "");
+    std::printf("%-28s %5.3f ulp at%s\n", name.c_str(), worst, at.c_str());
+    RecordProperty(name, std::to_string(worst));
+    EXPECT_LE(worst, row.bound) << name << at;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Targets, VectorForms,
+                         testing::Values(zenthar::Target::kBaseline, zenthar::Target::kAvx2,
+                                         zenthar::Target::kAvx512),
+                         [](const auto& target) {
+                           return std::string(target.param == zenthar::Target::kBaseline ? "Baseline"
+                                              : target.param == zenthar::Target::kAvx2   ? "Avx2"
+                                                                                         : "Avx512");
+                         });
+
+}  // namespace
