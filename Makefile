@@ -18,7 +18,7 @@ help:
 	@printf '%s\n' \
 	  'make run      build the library and the calculator, and show them at work on real data' \
 	  'make test     build everything and run all tests' \
-	  'make bench    measure against what else one would use' \
+	  'make bench    measure against what else one would use, into build/bench/report' \
 	  'make docs     write the reference to build/docs/html' \
 	  'make install  install under PREFIX=$(PREFIX) (DESTDIR is honoured)' \
 	  'make format   format the sources with clang-format' \
@@ -53,7 +53,7 @@ bench:
 	$(say) 'Building'
 	@cmake --build build/bench -j $(JOBS)
 	$(say) 'Measuring'
-	@cmake --build build/bench --target bench
+	@bench/report.py build/bench
 
 docs:
 	@tools/install-deps docs

@@ -196,7 +196,7 @@ double turn(const Row& row, const Contender& contender, int threads, int loops) 
 }
 
 // Prints a row's medians over the turns, and how the library stands to the better of the others.
-bool run_row(const Row& row, int threads, int turns, int loops) {
+bool run_row(const Row& row, int threads, int turns, int loops, std::FILE* csv) {
   constexpr size_t kCount = std::size(kContenders);
   std::vector<double> figures[kCount];
   for (int i = 0; i < turns; ++i) {
@@ -211,6 +211,7 @@ bool run_row(const Row& row, int threads, int turns, int loops) {
     std::sort(figures[k].begin(), figures[k].end());
     medians[k] = figures[k][figures[k].size() / 2];
     std::printf(" %10.2f (%9.2f)", medians[k], figures[k].front());
+    if (csv) std::fprintf(csv, "%s,%d,%s,%g\n", row.name, threads, kContenders[k].name, medians[k]);
   }
   std::printf(" %6.2f\n", std::min(medians[1], medians[2]) / medians[0]);
   std::fflush(stdout);
@@ -224,12 +225,21 @@ int main(int argc, char** argv) {
   std::vector<std::string> only;
   int turns = 7;
   bool quick = false;
+  std::string csv_name;
   CLI::App app("Compares the library's parallel loops with those of OpenMP and oneTBB.");
   app.add_option("--threads", threads, "thread numbers (1 2 4)")->check(CLI::Range(1, 256));
   app.add_option("--only", only, "only rows whose name contains this (may be repeated)");
   app.add_option("--turns", turns, "turns of each contender in a row (7)")->check(CLI::PositiveNumber);
   app.add_flag("--quick", quick, "three turns of a quarter of the loops");
+  app.add_option("--csv", csv_name, "also write loop,threads,contender,median to this file");
   CLI11_PARSE(app, argc, argv);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> csv(
+      csv_name.empty() ? nullptr : std::fopen(csv_name.c_str(), "w"), std::fclose);
+  if (!csv_name.empty() && !csv) {
+    std::fprintf(stderr, "cannot write %s\n", csv_name.c_str());
+    return 2;
+  }
+  if (csv) std::fprintf(csv.get(), "loop,threads,contender,median\n");
 
   std::printf("Median microseconds a loop over the turns (least), and the better peer over the library.\n");
   std::printf("%u processors\n%-30s %7s %22s %22s %22s %6s\n", std::thread::hardware_concurrency(), "loop",
@@ -241,7 +251,8 @@ int main(int argc, char** argv) {
     };
     if (!only.empty() && std::none_of(only.begin(), only.end(), named)) continue;
     for (int n : threads)
-      complete &= run_row(row, n, quick ? 3 : turns, std::max(quick ? row.loops / 4 : row.loops, 3));
+      complete &=
+          run_row(row, n, quick ? 3 : turns, std::max(quick ? row.loops / 4 : row.loops, 3), csv.get());
   }
   if (!complete) std::fprintf(stderr, "Some figures are missing: a contender failed.\n");
   return complete ? 0 : 1;
