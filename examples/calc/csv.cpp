@@ -106,8 +106,13 @@ std::optional<size_t> find_label_column(const std::vector<Field>& fields) {
 
 RecordReader::RecordReader(ByteSource source, std::string file)
     : source_(std::move(source)), file_(std::move(file)) {
-  fill();
-  if (buffer_.compare(0, 3, "\xef\xbb\xbf") == 0) at_ = 3;
+  // A pipe may give the mark in pieces.
+  constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+  std::string start;
+  while (start.size() < kByteOrderMark.size() && fill()) start += buffer_;
+  if (start.starts_with(kByteOrderMark)) at_ = kByteOrderMark.size();
+  buffer_ = std::move(start);
+  consumed_ = 0;
 }
 
 void RecordReader::fail(size_t line, const std::string& message) const {
