@@ -231,6 +231,9 @@ TEST(Zcalc, CsvHoldsEveryDigit) {
             "\"la,bel\",x/3\n\"a \"\"b\"\"\",0.3333333333333333\nc,3.3333333333333335e+299\n");
   EXPECT_EQ(run({"x*(1+2i)", "--data", "-", "--csv"}, "x\n1\n-3\n").out,
             "x*(1+2i).re,x*(1+2i).im\n1,2\n-3,-6\n");
+  // What is written can be read: an empty label is a field, a large whole real is no integer.
+  EXPECT_EQ(run({"x*1.0", "--data", "-", "--csv"}, ",x\na,7\n,18446744073709551616.0\n").out,
+            ",x*1.0\na,7\n,18446744073709551616.0\n");
 }
 
 TEST(Zcalc, NothingAtAll) {

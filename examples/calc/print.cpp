@@ -200,18 +200,48 @@ std::string csv_field(std::string_view text) {
   return field + '"';
 }
 
-void append_csv_element(std::string& line, const Array& array, mint row) {
+/// A real as it is read back: one that looks like a whole number of more than 64 bits is marked as a real.
+std::string csv_real(double x) {
+  std::string text = real_text(x);
+  mint ignored;
+  if (parse_integer(text, ignored) == NumberStatus::kTooLarge) text += ".0";
+  return text;
+}
+
+/// A line of fields as it grows. That it is empty does not tell whether it has a field: the first may be
+/// empty.
+class CsvLine {
+ public:
+  void clear() {
+    text_.clear();
+    fields_ = 0;
+  }
+  void add(std::string_view field) {
+    if (fields_++ > 0) text_ += ',';
+    text_ += field;
+  }
+  void add_element(const Array& array, mint row);
+  void write(std::FILE* out) {
+    text_ += '\n';
+    std::fwrite(text_.data(), 1, text_.size(), out);
+  }
+
+ private:
+  std::string text_;
+  size_t fields_ = 0;
+};
+
+void CsvLine::add_element(const Array& array, mint row) {
   switch (array.type()) {
     case kInteger:
-      line += std::to_string(array.data<mint>()[row]);
+      add(std::to_string(array.data<mint>()[row]));
       break;
     case kReal:
-      line += real_text(array.data<mreal>()[row]);
+      add(csv_real(array.data<mreal>()[row]));
       break;
     default:
-      line += real_text(array.data<mcomplex>()[row].re);
-      line += ',';
-      line += real_text(array.data<mcomplex>()[row].im);
+      add(csv_real(array.data<mcomplex>()[row].re));
+      add(csv_real(array.data<mcomplex>()[row].im));
   }
 }
 
@@ -275,30 +305,23 @@ void print_csv(std::FILE* out, const std::vector<Result>& results, const Columns
     }
     labelled = labelled && result.value.from_data;
   }
-  std::string line;
-  const auto separate = [&] {
-    if (!line.empty()) line += ',';
-  };
-  if (labelled) line = csv_field(data.label_name);
+  CsvLine line;
+  if (labelled) line.add(csv_field(data.label_name));
   for (const Result& result : results) {
-    separate();
     if (result.value.array.type() == kComplex) {
-      line += csv_field(result.title + ".re") + ',' + csv_field(result.title + ".im");
+      line.add(csv_field(result.title + ".re"));
+      line.add(csv_field(result.title + ".im"));
     } else {
-      line += csv_field(result.title);
+      line.add(csv_field(result.title));
     }
   }
-  std::fprintf(out, "%s\n", line.c_str());
+  line.write(out);
   for (mint row = 0; row < rows; ++row) {
     check_interrupted(row, rows, "written");
     line.clear();
-    if (labelled) line = csv_field(data.labels[static_cast<size_t>(row)]);
-    for (const Result& result : results) {
-      separate();
-      append_csv_element(line, result.value.array, row);
-    }
-    line += '\n';
-    std::fwrite(line.data(), 1, line.size(), out);
+    if (labelled) line.add(csv_field(data.labels[static_cast<size_t>(row)]));
+    for (const Result& result : results) line.add_element(result.value.array, row);
+    line.write(out);
   }
 }
 
