@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "hash_table_model.h"
 #include "hashing/prime_steps.h"
 #include "zenthar/hashing.h"
 #include "zenthar/host.h"
@@ -50,9 +51,6 @@ void WeakHashTable_Remove(HashTable table, HashEntry entry) { weak_calls.push_ba
 
 namespace {
 
-const mint kPrimes[] = {3,    5,    7,    11,   17,    31,    67,    127,    257,   521,
-                        1031, 2053, 4099, 8191, 16411, 32771, 65537, 131071, 262147};
-
 void* word(uint64_t key) { return reinterpret_cast<void*>(key); }
 
 // ---- Callbacks over integer keys that are kept in cells of their own, so that every one can be followed.
@@ -87,60 +85,7 @@ uint64_t scattered_hash(const void* key) {
 }
 uint64_t colliding_hash(const void* key) { return copied_key(key) % 5; }
 
-// ---- The model: chains of (key, value) with their hashes, and the rules of capacity.
-struct Model {
-  struct Item {
-    uint64_t key, hash, value;
-    bool operator==(const Item&) const = default;
-  };
-  using Chains = std::vector<std::vector<Item>>;
-
-  size_t initial_step, step;
-  Chains chains;
-  mint count = 0;
-  bool grows = true, shrinks = true;
-
-  explicit Model(size_t first_step)
-      : initial_step(first_step), step(first_step), chains(size_t(kPrimes[first_step])) {}
-
-  std::vector<Item>& chain(uint64_t hash) { return chains[hash % chains.size()]; }
-
-  void rehash(size_t new_step) {
-    step = new_step;
-    const auto capacity = size_t(kPrimes[step]);
-    Chains moved(capacity);
-    for (const auto& from : chains)
-      for (const Item& item : from) {
-        auto& to = moved[item.hash % moved.size()];
-        to.insert(to.begin(), item);
-      }
-    chains = std::move(moved);
-  }
-  void add(uint64_t key, uint64_t hash, uint64_t value) {
-    chain(hash).insert(chain(hash).begin(), {key, hash, value});
-    ++count;
-    if (grows && double(count) > double(chains.size()) * HashTableGrowLoadFactor) rehash(step + 1);
-  }
-  Item* find(uint64_t key, uint64_t hash) {
-    for (Item& item : chain(hash))
-      if (item.hash == hash && item.key == key) return &item;
-    return nullptr;
-  }
-  bool remove(uint64_t key, uint64_t hash) {
-    Item* item = find(key, hash);
-    if (!item) return false;
-    chain(hash).erase(chain(hash).begin() + (item - chain(hash).data()));
-    --count;
-    if (shrinks && step > initial_step && double(count) < double(chains.size()) * HashTableShrinkLoadFactor)
-      rehash(step - 1);
-    return true;
-  }
-  void empty() {
-    chains.assign(size_t(kPrimes[initial_step]), {});
-    step = initial_step;
-    count = 0;
-  }
-};
+using Model = HashTableModel<uint64_t>;
 
 class HashTables : public ::testing::Test {
  protected:
