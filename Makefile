@@ -4,6 +4,8 @@
 JOBS ?= 2
 PREFIX ?= /usr/local
 DESTDIR ?=
+# For all fuzzers together.
+FUZZ_SECONDS ?= 240
 # Further settings for CMake, such as -DZENTHAR_WERROR=ON.
 CMAKE_FLAGS ?=
 
@@ -12,7 +14,7 @@ say = @printf '== %s\n'
 sources = $$(git ls-files '*.h' '*.c' '*.cpp')
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench docs install format clean configured
+.PHONY: help run test bench fuzz docs install format clean configured
 
 help:
 	@printf '%s\n' \
@@ -20,6 +22,9 @@ help:
 	  'make test     build everything and run all tests' \
 	  'make bench    measure against what else one would use, into build/bench/report' \
 	  'make docs     write the reference to build/docs/html' \
+	  'make bench    measure against what else one would use' \
+	  'make fuzz     look for faults with random input for FUZZ_SECONDS=$(FUZZ_SECONDS)' \
+  'make docs     write the reference to build/docs/html' \
 	  'make install  install under PREFIX=$(PREFIX) (DESTDIR is honoured)' \
 	  'make format   format the sources with clang-format' \
 	  'make clean    remove build/' \
@@ -54,6 +59,15 @@ bench:
 	@cmake --build build/bench -j $(JOBS)
 	$(say) 'Measuring'
 	@bench/report.py build/bench
+
+fuzz:
+	@tools/install-deps build lint
+	$(say) 'Configuring in build/fuzz'
+	@cmake --preset fuzz $(CMAKE_FLAGS)
+	$(say) 'Building'
+	@cmake --build --preset fuzz -j $(JOBS)
+	$(say) 'Fuzzing for $(FUZZ_SECONDS) seconds'
+	@tools/fuzz $(FUZZ_SECONDS)
 
 docs:
 	@tools/install-deps docs
