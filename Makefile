@@ -21,10 +21,8 @@ help:
 	  'make run      build the library and the calculator, and show them at work on real data' \
 	  'make test     build everything and run all tests' \
 	  'make bench    measure against what else one would use, into build/bench/report' \
-	  'make docs     write the reference to build/docs/html' \
-	  'make bench    measure against what else one would use' \
 	  'make fuzz     look for faults with random input for FUZZ_SECONDS=$(FUZZ_SECONDS)' \
-  'make docs     write the reference to build/docs/html' \
+	  'make docs     write the reference to build/docs/html' \
 	  'make install  install under PREFIX=$(PREFIX) (DESTDIR is honoured)' \
 	  'make format   format the sources with clang-format' \
 	  'make clean    remove build/' \
