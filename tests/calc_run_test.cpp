@@ -303,6 +303,30 @@ TEST(Zcalc, MistakesAreToldWithTheirPlace) {
       {{"range(3) + range(4)"},
        1,
        "zcalc: lengths differ: range has 4 rows, range 3\n  range(3) + range(4)\n             ^~~~~\n"},
+      {{"random(range(3))"}, 1, "zcalc: random takes whole numbers\n  random(range(3))\n         ^~~~~\n"},
+      {{"random(2, 1)"}, 1, "zcalc: random takes one or three arguments\n  random(2, 1)\n  ^~~~~~\n"},
+      {{"randomint(-1, 1, 6)"},
+       1,
+       "zcalc: randomint cannot draw -1 numbers\n  randomint(-1, 1, 6)\n  ^~~~~~~~~\n"},
+      {{"random(1, -10.^308, 10.^308)"},
+       1,
+       "zcalc: the interval, or the sum of the weights, is too large\n  random(1, -10.^308, 10.^308)\n  "
+       "^~~~~~\n"},
+      {{"sample(3, 2)"},
+       1,
+       "zcalc: only 2 positions can be drawn without repetition\n  sample(3, 2)\n  ^~~~~~\n"},
+      {{"sample(3, range(3) - 1)"},
+       1,
+       "zcalc: a weight is negative, or too few positions have a weight\n  sample(3, range(3) - 1)\n  "
+       "^~~~~~\n"},
+      {{"choice(2, 1i*range(2))"},
+       1,
+       "zcalc: weights are real numbers\n  choice(2, 1i*range(2))\n              ^\n"},
+      {{"1", "--generator", "MKL"},
+       2,
+       "zcalc: --generator takes ExtendedCA, MersenneTwister or ParallelGenerator, not \"MKL\"\n"
+       "Try 'zcalc --help'.\n"},
+      {{"1", "--seed", "x"}, 2, nullptr},
       {{}, 2, "zcalc: no expression is given\nTry 'zcalc --help'.\n"},
       {{"1", "2"},
        2,
@@ -433,6 +457,21 @@ TEST(Zcalc, MemoryReportCountsTheResult) {
   EXPECT_GE(most, use);
 }
 
+TEST(Zcalc, SeedsGiveNumbersAgain) {
+  const auto draw = [](const Arguments& options) {
+    Arguments arguments = {"random(5); choice(5, 2^62)", "--csv"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return run(arguments).out;
+  };
+  const std::string seeded = draw({"--seed", "1"});
+  EXPECT_EQ(lines(seeded).size(), 6u);
+  EXPECT_EQ(draw({"--seed", "1", "--generator", "ExtendedCA"}), seeded);
+  EXPECT_NE(draw({"--seed", "2"}), seeded);
+  EXPECT_NE(draw({"--seed", "1", "--generator", "MersenneTwister"}), seeded);
+  EXPECT_NE(draw({}), draw({}));
+  EXPECT_NE(draw({"--generator", "MersenneTwister"}), draw({"--generator", "MersenneTwister"}));
+}
+
 // Whichever way out a calculation takes, no array stays behind and none is freed twice.
 TEST(Zcalc, EveryArrayIsFreedOnce) {
   const char* const expressions[] = {"x = range(100000); y = x/3; y^2 - x; y + 2i",
@@ -440,6 +479,8 @@ TEST(Zcalc, EveryArrayIsFreedOnce) {
                                      "n * 2^62",
                                      "n + nn",
                                      "range(range(3))",
+                                     "random(9) + choice(9, range(3))",
+                                     "sample(3, range(3) - 1)",
                                      "range(10^14)"};
   for (const char* expression : expressions) {
     for (const char* style : kStyles) {

@@ -12,6 +12,7 @@
 
 #include "calculation.h"
 #include "csv.h"
+#include "draw.h"
 #include "options.h"
 #include "print.h"
 #include "syntax.h"
@@ -444,6 +445,61 @@ TEST(Evaluate, RandomExpressionsAgainstPlainArithmetic) {
       }
     }
   }
+}
+
+std::vector<double> values(const std::string& text) {
+  Calculation calculation(text, false);
+  calculation.read_data("");
+  const Array array = calculation.run().back().value.array;
+  std::vector<double> result;
+  for (mint i = 0; i < array.size(); ++i) result.push_back(element(array, i).real());
+  return result;
+}
+
+// What is drawn are the library's own draws in the order of the calls, however rows are cut and shared out;
+// and a row that is computed again to name its error has the numbers that it had.
+TEST(Evaluate, RandomRowsAreTheLibrarysDraws) {
+  const Host host(kFlagStyle, 0);
+  constexpr mint kRows = 2 * kChunkRows + 77;
+  const std::string rows = std::to_string(kRows);
+  std::vector<mint> dice(kRows);
+  std::vector<mreal> reals(kRows);
+  for (const char* method : {"ExtendedCA", "MersenneTwister", "ParallelGenerator"}) {
+    select_generator(method, 7);
+    UniformRandomMIntegers(dice.data(), kRows, 1, 6);
+    UniformRandomMReals(reals.data(), kRows, -1, 3);
+    for (const int32_t threads : {1, 3}) {
+      const int32_t before = setParallelThreadNumber(threads);
+      select_generator(method, 7);
+      const std::vector<double> drawn =
+          values("randomint(" + rows + ", 1, 6) + 8*random(" + rows + ", -1, 3)");
+      for (size_t i = 0; i < drawn.size(); ++i)
+        ASSERT_EQ(drawn[i], static_cast<double>(dice[i]) + 8 * reals[i]) << method << " in row " << i;
+      restoreParallelThreadNumber(before);
+    }
+  }
+  select_generator("ExtendedCA", 8);
+  UniformRandomMIntegers(dice.data(), kRows, 0, 100000);
+  const auto zero = std::find(dice.begin(), dice.end(), 0) - dice.begin() + 1;
+  ASSERT_TRUE(zero > kChunkRows && zero <= kRows);  // so the seed was chosen
+  select_generator("ExtendedCA", 8);
+  try {
+    values("1 / randomint(" + rows + ", 0, 100000)");
+    ADD_FAILURE();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.what(), "floating_point_infinite (error 6) in row " + grouped(zero) + ": div(1, 0)");
+  }
+}
+
+TEST(Evaluate, RandomPositions) {
+  const Host host(kFlagStyle, 0);
+  std::vector<double> sample = values("sample(1000, 1000)");
+  std::sort(sample.begin(), sample.end());
+  EXPECT_EQ(sample, values("range(1000)"));
+  for (const double position : values("choice(1000, (range(5) - 1) * (4 - range(5))^2)"))
+    EXPECT_TRUE(position == 2 || position == 3 || position == 5) << position;
+  EXPECT_TRUE(values("choice(0, 0)").empty());
+  EXPECT_THROW(select_generator("MKL", 1), Failure);
 }
 
 // Of constants and data of one name the data wins, and a bound name hides both.

@@ -69,7 +69,16 @@ std::string function_list() {
     }
     if (!functions.empty()) text.append("\n").append(family.title).append("\n").append(functions);
   }
-  return text + "\nMade here\n  range(n)                1 to n\n  range(a, b)             a to b\n";
+  return text + R"(
+Made here
+  range(n)                1 to n
+  range(a, b)             a to b
+  random(n)               n random reals from 0, included, to 1, excluded
+  random(n, a, b)         n random reals from a, included, to b, excluded
+  randomint(n, a, b)      n random integers from a to b
+  choice(n, m)            n random positions of 1 to m, or, m being a list, by these weights
+  sample(n, m)            the same without repetition
+)";
 }
 
 }  // namespace zcalc

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "calculation.h"
+#include "draw.h"
 #include "functions.h"
 #include "host.h"
 #include "options.h"
@@ -105,6 +106,7 @@ int run(int argc, char** argv) {
     if (options.action == Action::kFunctions) {
       std::fputs(function_list().c_str(), stdout);
     } else {
+      if (options.seed || !options.generator.empty()) select_generator(options.generator, options.seed);
       calculate(options);
     }
   });

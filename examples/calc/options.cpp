@@ -41,6 +41,8 @@ enum LongOnly {
   kDigits,
   kLimit,
   kStyle,
+  kSeed,
+  kGenerator,
   kFunctions,
   kVersion
 };
@@ -54,6 +56,8 @@ constexpr option kOptions[] = {{"data", required_argument, nullptr, 'd'},
                                {"leaks", no_argument, nullptr, kLeaks},
                                {"limit", required_argument, nullptr, kLimit},
                                {"style", required_argument, nullptr, kStyle},
+                               {"seed", required_argument, nullptr, kSeed},
+                               {"generator", required_argument, nullptr, kGenerator},
                                {"progress", no_argument, nullptr, kProgress},
                                {"functions", no_argument, nullptr, kFunctions},
                                {"version", no_argument, nullptr, kVersion},
@@ -89,6 +93,12 @@ void apply(Options& options, int option, const std::string& argument) {
       break;
     case kStyle:
       options.style = style_option(argument);
+      break;
+    case kSeed:
+      options.seed = number_option("seed", argument, INT64_MIN, INT64_MAX);
+      break;
+    case kGenerator:
+      options.generator = argument;
       break;
     case kProgress:
       options.progress = true;
@@ -166,6 +176,8 @@ Computes an expression for every row of a data file, or of a range of numbers.
       --leaks        track all arrays and tell whether each was freed once
       --limit BYTES  limit the memory for arrays (suffixes K, M, G)
       --style STYLE  let errors travel by flag (default), jump or exception
+      --seed N       seed random numbers: the same seed gives the same numbers
+      --generator NAME  draw them by ExtendedCA (default), MersenneTwister or ParallelGenerator
       --progress     show the progress of long work, also when standard error is no terminal
       --functions    list the functions
   -h, --help         show this text
@@ -173,6 +185,8 @@ Computes an expression for every row of a data file, or of a range of numbers.
 
 Expressions: numbers (12, 1.5, 6.02e23, 2i), columns and other names ('mean radius' in quotes), + - * / ^,
 < <= > >= == !=, parentheses, functions, the constants pi and e. range(n) is 1 to n, range(a, b) is a to b.
+random(n) and random(n, a, b) are n random reals, randomint(n, a, b) n integers, choice(n, m) n positions of 1
+to m, sample(n, m) n different ones; a list of weights may stand for m.
 "name = expression" keeps a result for the expressions behind it; a semicolon stands between two.
 
 Whole numbers are 64-bit integers. They stay integers under + - * and ^, whose overflow is an error; / gives

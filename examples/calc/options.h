@@ -3,6 +3,7 @@
 #define ZCALC_OPTIONS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "host.h"
@@ -22,6 +23,8 @@ struct Options {
   int digits = 10;
   uint64_t limit = 0;
   ErrorStyle style = kFlagStyle;
+  std::optional<int64_t> seed;  ///< of random numbers; the operating system's without one
+  std::string generator;        ///< their method, empty for the default
 };
 
 /// Throws a Failure with status kUsage.

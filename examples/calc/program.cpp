@@ -5,7 +5,9 @@
 #include <cmath>
 #include <numbers>
 #include <optional>
+#include <string_view>
 
+#include "draw.h"
 #include "text.h"
 
 namespace zcalc {
@@ -47,7 +49,10 @@ int32_t find_kernel(Step& step, int32_t operation, const Types& t) {
 }
 
 /// A call that makes rows instead of computing with them.
-bool is_generator(const Node& node) { return node.kind == Node::Kind::kCall && node.name == "range"; }
+bool is_generator(const Node& node) {
+  static constexpr std::string_view kNames[] = {"range", "random", "randomint", "choice", "sample"};
+  return node.kind == Node::Kind::kCall && std::ranges::find(kNames, node.name) != std::end(kNames);
+}
 
 class Compiler {
  public:
@@ -61,7 +66,11 @@ class Compiler {
   Operand name(const Node& node);
   Operand call(const Node& node);
   Operand range(const Node& node);
-  mint whole_argument(size_t index);
+  Operand drawn(const Node& node);
+  Array argument(const Node& node, size_t number);
+  mint whole(const Array& value, const Node& node, size_t number) const;
+  mint whole_argument(const Node& node, size_t number) { return whole(argument(node, number), node, number); }
+  mreal real_argument(const Node& node, size_t number);
   Operand widened(const Operand& operand, int32_t type, Span place);
   Operand copied(const Operand& operand, bool scalar, Span place);
 
@@ -104,7 +113,7 @@ Program Compiler::run() {
         values_[i] = name(node);
         break;
       case Node::Kind::kCall:
-        values_[i] = is_generator(node) ? range(node) : call(node);
+        values_[i] = !is_generator(node) ? call(node) : node.name == "range" ? range(node) : drawn(node);
         break;
     }
   }
@@ -157,28 +166,67 @@ void Compiler::set_rows(mint rows, const std::string& what, Span place) {
   }
 }
 
-/// The value of a generator's argument: an expression of its own that gives one whole number.
-mint Compiler::whole_argument(size_t index) {
-  const Node& root = nodes_[index];
-  std::vector<Node> nodes(nodes_.begin() + static_cast<ptrdiff_t>(root.first),
+/// The value of a generator's argument, an expression of its own.
+Array Compiler::argument(const Node& node, size_t number) {
+  const size_t index = node.arguments[number];
+  const size_t first = nodes_[index].first;
+  std::vector<Node> nodes(nodes_.begin() + static_cast<ptrdiff_t>(first),
                           nodes_.begin() + static_cast<ptrdiff_t>(index) + 1);
-  for (Node& node : nodes) {
-    node.first -= root.first;
-    for (size_t i = 0; i < node.argument_count; ++i) node.arguments[i] -= root.first;
+  for (Node& each : nodes) {
+    each.first -= first;
+    for (size_t i = 0; i < each.argument_count; ++i) each.arguments[i] -= first;
   }
-  const Array value = environment_.evaluate(compile(nodes, environment_)).array;
+  return environment_.evaluate(compile(nodes, environment_)).array;
+}
+
+/// The value of an argument that has to be one whole number.
+mint Compiler::whole(const Array& value, const Node& node, size_t number) const {
   if (value.is_scalar() && value.type() == kInteger) return *value.data<mint>();
   if (value.is_scalar() && value.type() == kReal) {
     const mreal real = *value.data<mreal>();
     if (real == std::floor(real) && std::fabs(real) < 0x1p63) return static_cast<mint>(real);
   }
-  throw Failure("range takes whole numbers", root.place);
+  throw Failure(node.name + " takes whole numbers", nodes_[node.arguments[number]].place);
+}
+
+mreal Compiler::real_argument(const Node& node, size_t number) {
+  const Array value = argument(node, number);
+  if (value.is_scalar() && value.type() == kInteger) return static_cast<mreal>(*value.data<mint>());
+  if (value.is_scalar() && value.type() == kReal) return *value.data<mreal>();
+  throw Failure(node.name + " takes real numbers", nodes_[node.arguments[number]].place);
+}
+
+/// random, randomint, choice and sample: the rows are drawn here, and the program finds them as an array.
+Operand Compiler::drawn(const Node& node) {
+  const size_t count = node.argument_count;
+  const bool real = node.name == "random", integer = node.name == "randomint";
+  if (real && count != 1 && count != 3) throw Failure("random takes one or three arguments", node.place);
+  if (!real && count != (integer ? 3 : 2)) {
+    throw Failure(node.name + " takes " + (integer ? "three" : "two") + " arguments", node.place);
+  }
+  const mint rows = whole_argument(node, 0);
+  if (rows < 0) throw Failure(node.name + " cannot draw " + grouped(rows) + " numbers", node.place);
+  set_rows(rows, node.name, node.place);
+  if (real) {
+    const mreal low = count == 1 ? 0.0 : real_argument(node, 1);
+    const mreal high = count == 1 ? 1.0 : real_argument(node, 2);
+    return add_array(random_reals(rows, low, high, node.place));
+  }
+  if (integer) {
+    const mint low = whole_argument(node, 1);
+    return add_array(random_integers(rows, low, whole_argument(node, 2), node.place));
+  }
+  Array positions = argument(node, 1);
+  if (positions.is_scalar()) positions = Array::scalar(whole(positions, node, 1));
+  if (positions.type() == kComplex)
+    throw Failure("weights are real numbers", nodes_[node.arguments[1]].place);
+  return add_array(random_positions(rows, positions, node.name == "choice", node.place));
 }
 
 Operand Compiler::range(const Node& node) {
   if (node.argument_count > 2) throw Failure("range takes one or two arguments", node.place);
-  const mint first = node.argument_count == 1 ? 1 : whole_argument(node.arguments[0]);
-  const mint last = whole_argument(node.arguments[node.argument_count - 1]);
+  const mint first = node.argument_count == 1 ? 1 : whole_argument(node, 0);
+  const mint last = whole_argument(node, node.argument_count - 1);
   mint rows = 0;
   if (last >= first &&
       (__builtin_sub_overflow(last, first, &rows) || __builtin_add_overflow(rows, mint{1}, &rows))) {
