@@ -1,6 +1,10 @@
 // Methods, current generators, references, saved states, and the host's default side of them.
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cstring>
 #include <mutex>
 #include <set>
@@ -300,6 +304,46 @@ TEST(DefaultHost, ThreadsThatEndLeaveNothing) {
   const uint64_t before = in_use();
   draw();
   EXPECT_EQ(in_use(), before);
+}
+
+// Parent and child go on with the same numbers, and the child draws in threads of its own, though others took
+// and gave back indices when it was forked.
+TEST(DefaultHost, ForkedChildrenDraw) {
+  RandomGenerator mine = GetCurrentRandomGenerator();
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> busy;
+  for (int i = 0; i < 2; ++i)
+    busy.emplace_back([&] {
+      while (!stop) std::thread(GetParallelGeneratorIndex).join();
+    });
+  int status = 0;
+  for (int round = 0; round < 100 && status == 0; ++round) {
+    int words[2];
+    EXPECT_EQ(pipe(words), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(20);
+      uint64_t word = mine->functions->bits(64, mine);
+#if !defined(__SANITIZE_THREAD__)  // which starts no threads here
+      std::thread([&] {
+        GetParallelGeneratorIndex();
+        RandomGenerator own = GetCurrentRandomGenerator();
+        if (own == mine || own->functions->bits(64, own) == word) word = 0;
+      }).join();
+#endif
+      GetParallelGeneratorIndex();
+      _exit(write(words[1], &word, sizeof word) == sizeof word ? 0 : 1);
+    }
+    close(words[1]);
+    uint64_t word = 0;
+    EXPECT_EQ(read(words[0], &word, sizeof word), ssize_t{sizeof word});
+    EXPECT_EQ(word, mine->functions->bits(64, mine));
+    close(words[0]);
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  stop = true;
+  for (std::thread& thread : busy) thread.join();
 }
 
 TEST(Tables, AreThereWhileTheRuntimeIs) {

@@ -22,9 +22,9 @@ static const char kHelp[] =
     "Writes random 64-bit words, in the machine's order of bytes, to standard output until it is closed.\n"
     "  --generator NAME  ParallelGenerator, ExtendedCA or MersenneTwister\n"
     "  --index K         the stream of the parallel generator, 0 to 1023 (0)\n"
-    "  --streams N       words of N streams in turn: of the parallel generator the streams from K on, of "
+    "  --streams N       words of N streams in turn (1): with seeds from S on, of the parallel generator "
     "the\n"
-    "                    others, seeds from S on (1)\n"
+    "                    streams from K on\n"
     "  --seed S          seeds by the one-word key S; without it the generators begin as they are made\n"
     "  --bytes N         ends after N bytes\n"
     "  --help\n";
@@ -49,16 +49,15 @@ struct Options {
 };
 
 static RandomGenerator make_generator(const struct Options* options, uint64_t stream) {
-  RandomGenerator generator = NULL;
-  mint index = (mint)(options->index + stream);
-  uint64_t key = options->seed;
-  if (strcmp(options->generator, "ParallelGenerator") == 0) {
-    generator = PMT32_alloc(&index);
-  } else {
-    generator = strcmp(options->generator, "ExtendedCA") == 0 ? CA5BufferState_alloc(NULL)
-                                                              : MersenneTwister_alloc(NULL);
-    key += stream;
-  }
+  const mint index = (mint)(options->index + stream);
+  const uint64_t key = options->seed + stream;
+  RandomGenerator generator;
+  if (strcmp(options->generator, "ParallelGenerator") == 0)
+    generator = PMT32_alloc((void*)&index);
+  else if (strcmp(options->generator, "ExtendedCA") == 0)
+    generator = CA5BufferState_alloc(NULL);
+  else
+    generator = MersenneTwister_alloc(NULL);
   if (generator && options->seeded) generator->functions->seed(generator, &key, 1);
   return generator;
 }
@@ -147,8 +146,7 @@ int main(int argc, char** argv) {
                 options.generator);
   if (parallel ? options.index + options.streams > kMaxStreams : options.index != 0)
     return fail("only the parallel generator has streams by index, 1024 in all", "");
-  if (!parallel && options.streams > 1 && !options.seeded)
-    return fail("--streams of this generator needs --seed", "");
+  if (options.streams > 1 && !options.seeded) return fail("--streams needs --seed", "");
   if (isatty(STDOUT_FILENO)) return fail("bytes are for a pipe or a file, not for a terminal", "");
   ZentharRTL_initialize();
   return write_stream(&options);

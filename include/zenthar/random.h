@@ -24,7 +24,8 @@
  * and samples of none look at nothing else.
  *
  * **Threads.** A generator is used by one thread at a time, and reference counts are plain words. The list of
- * methods should be complete before threads draw.
+ * methods should be complete before threads draw. After a `fork` the child's thread goes on with the same
+ * numbers as its parent: one of them should seed anew.
  */
 #ifndef ZENTHAR_RANDOM_H
 #define ZENTHAR_RANDOM_H
@@ -354,6 +355,9 @@ ZENTHAR_API void MersenneTwister_free(RandomGenerator generator);             /*
  * polynomials of twelve of the streams are irreducible: these have period 2^521 - 1. The others fall into
  * factors of lower degrees, which tools/pmt32-factors lists, and have the period of those factors in which
  * the seed has a part: the least common multiple of divisors of 2^degree - 1.
+ *
+ * Streams that are seeded alike begin alike, and need some 34 words to part. Give each a key of its own: the
+ * seed and the index of the stream, say.
  * @param stream_index points to a ::mint, 0 to 1023; null for 0
  * @return null for any other index
  */

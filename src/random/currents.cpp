@@ -2,6 +2,8 @@
 //
 // The handles lie under thread-specific keys, whose values are gone when a thread's end is noticed. So the
 // thread keeps a record of its own beside them, which tells its end what there is to give up.
+#include <pthread.h>
+
 #include <atomic>
 #include <cstdlib>
 
@@ -128,8 +130,20 @@ IndexCell* take_index() {
 
 }  // namespace
 
+// A fork waits until nobody holds the mutex. The child, whose thread goes by another identifier and could not
+// unlock it, makes it anew.
 KMutex state_mutex() {
-  static const KMutex mutex = New_KMutex();
+  static KMutex mutex = [] {
+    // The mutex is held while memory is allocated, so a fork must lock it before the allocator's: handlers
+    // run from the last registered to the first.
+    zfree(zalloc(1, 0, 1));
+    pthread_atfork([] { KMutexLock(state_mutex()); }, [] { KMutexUnlock(state_mutex()); },
+                   [] {
+                     Delete_KMutex(mutex);
+                     mutex = New_KMutex();
+                   });
+    return New_KMutex();
+  }();
   return mutex;
 }
 
