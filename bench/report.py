@@ -109,6 +109,16 @@ def kernels(programs):
         yield Figure(row, contender, speed / 1e9, "G/s", True)
 
 
+def functions(programs):
+    lines = run(programs.path("functions"), *(["--turns", 3] if programs.quick else [])).splitlines()
+    peers = ("numpy", "SLEEF", "libm")
+    for line in lines[2:]:
+        *_, own, numpy, sleef, libm, _, _, _ = line.split()
+        for contender, speed in zip((LIBRARY, *peers), (own, numpy, sleef, libm)):
+            if speed != "-":
+                yield Figure(" ".join(line[:43].split()), contender, float(speed), "G/s", True)
+
+
 def scalar(programs):
     for title, entry in programs.google("scalar"):
         found = re.fullmatch(r"(.*?)(?: \((.*)\))?", title)
@@ -147,8 +157,8 @@ def random(programs):
         yield Figure(f"{what} {count}", who, speed / 1e6, "M/s", True)
 
 
-AREAS = {"memory": memory, "arithmetic": kernels, "scalar functions": scalar, "hashing": hashes, "sorting": sorting,
-         "parallel loops": parallel, "random numbers": random}
+AREAS = {"memory": memory, "arithmetic": kernels, "vector functions": functions, "scalar functions": scalar,
+         "hashing": hashes, "sorting": sorting, "parallel loops": parallel, "random numbers": random}
 
 
 @dataclass
@@ -217,7 +227,7 @@ def write_plot(path, areas, when):
     axes.set_xscale("log", base=2)
     axes.xaxis.set_major_formatter(matplotlib.ticker.FuncFormatter(lambda x, _: f"{x:g}"))
     axes.set_yticks(range(len(areas)), list(reversed(areas)))
-    axes.set_xlabel("best peer's time over the library's (dots: rows, bars: geometric means; right of 1 the library is ahead)",
+    axes.set_xlabel("best peer's time over the library's: right of 1 the library is ahead (dots: rows, bars: geometric means)",
                     fontsize=8)
     axes.set_title(f"{when:%Y-%m-%d}, {machine()}", fontsize=8)
     figure.tight_layout()
