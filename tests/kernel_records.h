@@ -200,7 +200,13 @@ inline bool same(int32_t type, const void* a, const void* b) {
 inline uint64_t tolerance(int32_t op) {
   switch (op) {
     case MACHFUNC_EXP:
+    case MACHFUNC_LOG:
+    case MACHFUNC_LOG2:
+    case MACHFUNC_LOG10:
+    case MACHFUNC_LOG1P:
       return 2;
+    case MACHFUNC_LOG_BASE:
+      return 3;
     default:
       return 0;
   }

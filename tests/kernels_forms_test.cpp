@@ -58,9 +58,21 @@ const std::vector<Row>& rows() {
       {MACHFUNC_EXP,
        {kReal},
        of(mpfr_exp),
-       0.65,
+       0.75,
        {{-745, 710}},
        {-0x1.74910d52d3053p+9, 0x1.62e42fefa39efp+9}},
+      {MACHFUNC_LOG, {kReal}, of(mpfr_log), 0.56, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
+      {MACHFUNC_LOG2, {kReal}, of(mpfr_log2), 0.57, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
+      {MACHFUNC_LOG10, {kReal}, of(mpfr_log10), 0.56, {{0, 1000}}, {1000, 1e22, 0x1.0000000000001p+0}},
+      {MACHFUNC_LOG1P, {kReal}, of(mpfr_log1p), 0.8, {{-1, 2}}, {-0x1.fffffffffffffp-1, 0x1p-54, -0x1p-54}},
+      {MACHFUNC_LOG_BASE,
+       {kReal, kReal},
+       [](const std::vector<Exact>& x) {
+         return Exact::apply(mpfr_log, x[1]) / Exact::apply(mpfr_log, x[0]);
+       },
+       0.51,
+       {{0, 20}, {0, 3}},
+       {0x1.fffffffffffffp-1, 10, 1000}},
   };
   return rows;
 }

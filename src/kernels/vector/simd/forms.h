@@ -18,6 +18,17 @@ inline constexpr bool kHasVectorForm = false;
 // exponential.cpp
 template <>
 inline constexpr bool kHasVectorForm<Exp, mreal> = true;
+// logarithm.cpp
+template <>
+inline constexpr bool kHasVectorForm<Log, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Log2, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Log10, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Log1P, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Log, mreal, mreal> = true;
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET

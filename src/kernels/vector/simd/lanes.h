@@ -57,6 +57,10 @@ struct Mask {
   ZENTHAR_KERNEL friend Mask operator!(Mask a) { return {__mmask8(~a.lanes)}; }
 };
 
+// GCC takes the operand that the plain forms of some instructions leave undefined for a use of it; forms with
+// a mask of all lanes have none, and compile to the same.
+inline constexpr __mmask8 kAllLanes = 0xff;
+
 ZENTHAR_KERNEL Mask none() { return {0}; }
 ZENTHAR_KERNEL Mask operator<(Mask, Mask) = delete;
 ZENTHAR_KERNEL Mask less(Real a, Real b) { return {_mm512_cmp_pd_mask(a, b, _CMP_LT_OQ)}; }
@@ -139,7 +143,7 @@ ZENTHAR_KERNEL Real fused(Real a, mreal b, Real c) { return fused(a, broadcast(b
 
 ZENTHAR_KERNEL Real square_root(Real x) {
 #if defined(__AVX512F__)
-  return _mm512_sqrt_pd(x);
+  return _mm512_maskz_sqrt_pd(kAllLanes, x);
 #elif defined(__AVX2__)
   return _mm256_sqrt_pd(x);
 #else
@@ -159,7 +163,7 @@ ZENTHAR_KERNEL Real with_sign(Real x, Real y) { return real((bits(x) & ~kSignBit
 // The lesser and the greater; the second argument where one is a NaN.
 ZENTHAR_KERNEL Real lesser(Real a, Real b) {
 #if defined(__AVX512F__)
-  return _mm512_min_pd(a, b);
+  return _mm512_maskz_min_pd(kAllLanes, a, b);
 #elif defined(__AVX2__)
   return _mm256_min_pd(a, b);
 #else
@@ -168,12 +172,17 @@ ZENTHAR_KERNEL Real lesser(Real a, Real b) {
 }
 ZENTHAR_KERNEL Real greater(Real a, Real b) {
 #if defined(__AVX512F__)
-  return _mm512_max_pd(a, b);
+  return _mm512_maskz_max_pd(kAllLanes, a, b);
 #elif defined(__AVX2__)
   return _mm256_max_pd(a, b);
 #else
   return _mm_max_pd(a, b);
 #endif
+}
+
+// x held between two bounds; a NaN stays one.
+ZENTHAR_KERNEL Real clamp(Real x, mreal least, mreal most) {
+  return greater(broadcast(least), lesser(broadcast(most), x));
 }
 
 // A real below 2^51 by magnitude rounded to the nearest integer, ties to even: as a real, and as an integer
@@ -222,13 +231,22 @@ ZENTHAR_KERNEL Real look_up(const mreal (&table)[n], Bits index) {
 // x 2^n, rounded once, for an integer n given as a real between -4000 and 4000.
 ZENTHAR_KERNEL Real scale(Real x, Real n) {
 #ifdef __AVX512F__
-  return _mm512_scalef_pd(x, n);
+  return _mm512_maskz_scalef_pd(kAllLanes, x, n);
 #else
   // By two factors, of which the first is exact unless the result overflows anyway.
   const Real clamped = lesser(greater(n, broadcast(-2040.0)), broadcast(2040.0));
   const Nearest half = nearest(clamped * 0.5);
   const Real rest = clamped - half.value;
   return x * power_of_two(half.integer) * power_of_two(nearest(rest).integer);
+#endif
+}
+
+// The same for n from -1022 to 1023 and a result that is no subnormal.
+ZENTHAR_KERNEL Real scale_normal(Real x, Nearest n) {
+#ifdef __AVX512F__
+  return _mm512_maskz_scalef_pd(kAllLanes, x, n.value);
+#else
+  return x * power_of_two(n.integer);
 #endif
 }
 
