@@ -206,6 +206,15 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_LOG1P:
       return 2;
     case MACHFUNC_LOG_BASE:
+    case MACHFUNC_SIN:
+    case MACHFUNC_COS:
+    case MACHFUNC_TAN:
+      return 2;
+    case MACHFUNC_CSC:
+    case MACHFUNC_SEC:
+    case MACHFUNC_COT:
+    case MACHFUNC_SINC:
+    case MACHFUNC_HAVERSINE:
       return 3;
     default:
       return 0;

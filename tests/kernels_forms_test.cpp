@@ -53,6 +53,28 @@ Reference of(Exact::Real f) {
   return [f](const std::vector<Exact>& z) { return Exact::apply(f, z[0]); };
 }
 
+// Arguments whose sine, cosine or tangent is nearly 0 or an infinity (J.-M. Muller, Elementary Functions;
+// W. Kahan), and ends of what is reduced in vectors.
+const std::vector<mreal> kHardAngles = {0x1.6ac5b262ca1ffp+849,
+                                        -0x1.6ac5b262ca1ffp+849,
+                                        0x1.13a5ccd87c9bbp+1008,
+                                        0x1.f9be6e1ea0b76p+27,
+                                        0x1.921fb54442d18p+0,
+                                        -0x1.921fb54442d18p+1,
+                                        0x1.2d97c7f3321d2p+2,
+                                        0x1.921fb54442d18p-1,
+                                        0x1.ab0aea9e73b3cp+5,
+                                        0x1.46ac372243536p+7,
+                                        -0x1.7ffffffffffffp-1,
+                                        0x1p30,
+                                        0x1.0000000000001p30,
+                                        -0x1p45,
+                                        0x1.0000000000001p45,
+                                        1e5,
+                                        1e9,
+                                        1e22};
+constexpr Interval kAngles = {-1e5, 1e5};
+
 const std::vector<Row>& rows() {
   static const std::vector<Row> rows = {
       {MACHFUNC_EXP,
@@ -73,6 +95,27 @@ const std::vector<Row>& rows() {
        0.51,
        {{0, 20}, {0, 3}},
        {0x1.fffffffffffffp-1, 10, 1000}},
+      {MACHFUNC_SIN, {kReal}, of(mpfr_sin), 0.8, {kAngles}, kHardAngles},
+      {MACHFUNC_COS, {kReal}, of(mpfr_cos), 0.8, {kAngles}, kHardAngles},
+      {MACHFUNC_TAN, {kReal}, of(mpfr_tan), 0.95, {kAngles}, kHardAngles},
+      {MACHFUNC_CSC, {kReal}, of(mpfr_csc), 0.75, {kAngles}, kHardAngles},
+      {MACHFUNC_SEC, {kReal}, of(mpfr_sec), 0.75, {kAngles}, kHardAngles},
+      {MACHFUNC_COT, {kReal}, of(mpfr_cot), 0.9, {kAngles}, kHardAngles},
+      {MACHFUNC_SINC,
+       {kReal},
+       [](const auto& x) { return mpfr_zero_p(x[0].re()) ? Exact(1.0) : of(mpfr_sin)(x) / x[0]; },
+       0.75,
+       {kAngles},
+       kHardAngles},
+      {MACHFUNC_HAVERSINE,
+       {kReal},
+       [](const auto& x) {
+         const Exact sine = of(mpfr_sin)({x[0] / Exact(2.0)});
+         return sine * sine;
+       },
+       0.98,
+       {kAngles},
+       kHardAngles},
   };
   return rows;
 }

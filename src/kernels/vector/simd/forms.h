@@ -29,6 +29,23 @@ template <>
 inline constexpr bool kHasVectorForm<Log1P, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<Log, mreal, mreal> = true;
+// trigonometric.cpp
+template <>
+inline constexpr bool kHasVectorForm<Sin, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Cos, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Tan, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Csc, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Sec, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Cot, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Sinc, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Haversine, mreal> = true;
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET

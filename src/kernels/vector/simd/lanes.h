@@ -141,6 +141,27 @@ ZENTHAR_KERNEL Real fused(Real a, mreal b, mreal c) { return fused(a, broadcast(
 ZENTHAR_KERNEL Real fused(Real a, Real b, mreal c) { return fused(a, b, broadcast(c)); }
 ZENTHAR_KERNEL Real fused(Real a, mreal b, Real c) { return fused(a, broadcast(b), c); }
 
+// c - a b, likewise.
+ZENTHAR_KERNEL Real fused_from(Real a, Real b, Real c) {
+#if defined(__AVX512F__)
+  return _mm512_fnmadd_pd(a, b, c);
+#elif defined(__FMA__)
+  return _mm256_fnmadd_pd(a, b, c);
+#else
+  return c - a * b;
+#endif
+}
+
+// 1/x nearly: with an error of less than 2^-40 of it, for a normal x whose reciprocal is normal.
+ZENTHAR_KERNEL Real rough_reciprocal(Real x) {
+#ifdef __AVX512F__
+  const Real r = _mm512_maskz_rcp14_pd(0xff, x), e = fused_from(x, r, broadcast(1.0));
+  return fused(r, fused(e, e, e), r);
+#else
+  return 1.0 / x;
+#endif
+}
+
 ZENTHAR_KERNEL Real square_root(Real x) {
 #if defined(__AVX512F__)
   return _mm512_maskz_sqrt_pd(kAllLanes, x);
@@ -297,6 +318,7 @@ ZENTHAR_KERNEL Double fast_sum(Real a, Real b) {
   const Real sum = a + b;
   return {sum, b - (sum - a)};
 }
+ZENTHAR_KERNEL Double fast_sum(Double a) { return fast_sum(a.high, a.low); }
 // a + b exactly.
 ZENTHAR_KERNEL Double sum(Real a, Real b) {
   const Real s = a + b, from_b = s - a;
@@ -340,6 +362,29 @@ ZENTHAR_KERNEL Double quotient(Double a, Double b) {
   const Double back = product(q, b.high);
   const Real rest = ((a.high - back.high) - back.low) + fused(-q, b.low, a.low);
   return fast_sum(q, rest / b.high);
+}
+// a/b and 1/b rounded to a real.
+ZENTHAR_KERNEL Real divided(Double a, Double b) {
+  const Real r = rough_reciprocal(b.high), q = a.high * r;
+  Real rest;
+  if constexpr (kFused) {
+    rest = fused_from(q, b.high, a.high);
+  } else {
+    const Double back = product(q, b.high);
+    rest = (a.high - back.high) - back.low;
+  }
+  return fused(rest + fused_from(q, b.low, a.low), r, q);
+}
+ZENTHAR_KERNEL Real reciprocal(Double b) {
+  const Real r = rough_reciprocal(b.high);
+  Real rest;
+  if constexpr (kFused) {
+    rest = fused_from(r, b.high, broadcast(1.0));
+  } else {
+    const Double back = product(r, b.high);
+    rest = (1.0 - back.high) - back.low;
+  }
+  return fused(fused_from(r, b.low, rest), r, r);
 }
 ZENTHAR_KERNEL Double select(Mask where, Double a, Double b) {
   return {select(where, a.high, b.high), select(where, a.low, b.low)};

@@ -2,7 +2,8 @@
 //
 // A form is a class with `static Real compute(Real x..., Mask& rare)`, or with Complex for the operands or
 // the result that are complex. It sets lanes of `rare` whose result it does not have; these are computed by
-// the operation's definition. It must not depend on what other lanes hold, so that an element's result
+// the operation's definition, or by the form's own `static R rare(A... operands)` where the definition is not
+// near enough to the exact result. It must not depend on what other lanes hold, so that an element's result
 // depends on the element alone.
 #ifndef ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
 #define ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
@@ -119,9 +120,13 @@ class VectorLoop {
     int64_t failed = 0;
     for (; lanes != 0; lanes &= lanes - 1) {
       const int lane = __builtin_ctz(lanes);
-      const Outcome<R> outcome = evaluate_own<Op>(BlockChecks<kFlags>{}, load<A>(operands, lane)...);
-      results[lane] = outcome.value;
-      failed |= int64_t(outcome.failure);
+      if constexpr (requires(A... a) { Form::rare(a...); }) {
+        results[lane] = Form::rare(load<A>(operands, lane)...);
+      } else {
+        const Outcome<R> outcome = evaluate_own<Op>(BlockChecks<kFlags>{}, load<A>(operands, lane)...);
+        results[lane] = outcome.value;
+        failed |= int64_t(outcome.failure);
+      }
     }
     return failed;
   }
