@@ -2,6 +2,7 @@
 // removals, visits that change the table, load factors that make no sense, and bucket arrays that cannot be
 // had.
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <set>
@@ -14,9 +15,9 @@
 
 namespace {
 
-// Bucket arrays for up to 8191 entries.
-constexpr uint64_t kLargestRequest = 100000;
-constexpr size_t kLastStep = 13;
+// There is no memory for more buckets, so that tables stay small enough to be looked at whole.
+constexpr size_t kLastStep = 9;
+constexpr size_t kMostBuckets = size_t(kPrimes[kLastStep]);
 
 int nomem_calls = 0;
 std::multiset<HashEntry> weak_entries;
@@ -25,6 +26,14 @@ std::multiset<HashEntry> weak_entries;
 
 extern "C" {
 void nomem() { ++nomem_calls; }
+void* kCalloc(size_t count, size_t size, int32_t aligned, int32_t failmode) {
+  if (count > kMostBuckets) {
+    if (failmode == 0) nomem();
+    return nullptr;
+  }
+  void* p = zalloc(count * size, aligned, failmode);
+  return p ? std::memset(p, 0, count * size) : nullptr;
+}
 void WeakHashTable_Add(HashTable, HashEntry entry) { weak_entries.insert(entry); }
 void WeakHashTable_Remove(HashTable, HashEntry entry) {
   REQUIRE(weak_entries.count(entry) == 1);
@@ -174,7 +183,7 @@ class Sequence {
 
 std::unique_ptr<Subject> Sequence::make() {
   static constexpr mint kNotable[] = {
-      0,         100,           5000, -100, mint{1} << 20, mint{1} << 40, INT64_MAX, INT64_MAX - 1,
+      0,         100,           400, -100, mint{1} << 20, mint{1} << 40, INT64_MAX, INT64_MAX - 1,
       INT64_MIN, INT64_MIN + 1, -1};
   const mint size = input_.PickValueInArray(kNotable);
   switch (input_.ConsumeIntegralInRange(0, 3)) {
@@ -363,7 +372,6 @@ void Sequence::check(bool every_chain) {
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool started = [] {
     InitRuntimeLibrary(0);
-    system_allocation_limit = kLargestRequest;
     return MemoryInUse() > 0;
   }();
   REQUIRE(started);
