@@ -131,7 +131,10 @@ enum {
   HASH_TABLE_SHRINKS = 8  /**< shrinks by itself */
 };
 
-/** A chained hash table. Of the fields only `flags` is for others to write. */
+/**
+ * A chained hash table. Of the fields only `flags` is for others to write, and buckets and chains are for
+ * others to read: behind the buckets the table keeps a digest of each chain, by which it finds entries.
+ */
 struct st_HashTable {
   HashEntry* buckets;           /**< the heads of `capacity` chains */
   HashFunction hash;            /**< null: the key word is the hash */
@@ -227,7 +230,8 @@ ZENTHAR_API int32_t HashTable_RemoveElem(HashTable table, void* key);
  */
 ZENTHAR_API int32_t HashTable_OrOverAllEntries(HashTable table, HashVisitFunction fn, void* data);
 /**
- * The bytes of the table: its record, its buckets and its entries.
+ * The bytes of the table: its record, its buckets and its entries, without the digests of the chains, which
+ * take another 32 bytes a bucket.
  * @param table       the table; null gives 0
  * @param entry_bytes what each entry owns beside its record; may be null
  */

@@ -30,13 +30,14 @@ struct Release {
   void operator()(void* p) const { zfree(p); }
 };
 
-// An array of empty buckets; null when there is no memory for it or it exceeds the address space.
+// An array of empty buckets, and their digests; null when there is no memory for it or it exceeds the address
+// space.
 HashEntry* new_buckets(mint capacity, int32_t failmode) {
-  if (uint64_t(capacity) > SIZE_MAX / sizeof(HashEntry)) {
+  if (uint64_t(capacity) > (SIZE_MAX - kPaddingBytes) / kBucketBytes) {
     if (failmode == kFatalFailure) nomem();
     return nullptr;
   }
-  return static_cast<HashEntry*>(kCalloc(size_t(capacity), sizeof(HashEntry), 0, failmode));
+  return static_cast<HashEntry*>(kCalloc(1, uint64_t(capacity) * kBucketBytes + kPaddingBytes, 0, failmode));
 }
 
 void prefetch_bucket(const st_HashTable* table, uint64_t index) {
@@ -50,8 +51,8 @@ class DelayedLinker {
   DelayedLinker(HashEntry* buckets, const PrimeStep& step) : buckets_(buckets), step_(step) {}
 
   void add(HashEntry entry) {
-    HashEntry* bucket = buckets_ + step_.remainder(entry->hash);
-    __builtin_prefetch(bucket, 1);
+    const Bucket bucket(buckets_, step_, entry->hash);
+    bucket.prefetch();
     if (given_ >= kDelay) link(waiting_[given_ % kDelay]);
     waiting_[given_++ % kDelay] = {entry, bucket};
   }
@@ -64,13 +65,10 @@ class DelayedLinker {
   static constexpr uint64_t kDelay = 16;
   struct Waiting {
     HashEntry entry;
-    HashEntry* bucket;
+    Bucket bucket;
   };
 
-  static void link(const Waiting& waiting) {
-    waiting.entry->next = *waiting.bucket;
-    *waiting.bucket = waiting.entry;
-  }
+  static void link(const Waiting& waiting) { waiting.bucket.push(waiting.entry); }
 
   HashEntry* buckets_;
   const PrimeStep& step_;
@@ -160,7 +158,7 @@ uint64_t hash_of(const st_HashTable* table, void* const* key) {
 }
 
 HashEntry find(const st_HashTable* table, uint64_t hash, void* const* key, HashEqualFunction equal) {
-  return *find_link(table, hash, [=](HashEntry entry) { return !equal || equal(entry, key); });
+  return Bucket(table, hash).find(hash, [=](HashEntry entry) { return !equal || equal(entry, key); }).entry;
 }
 
 // Gives up an entry that is no longer linked.
@@ -172,10 +170,10 @@ void release_entry(st_HashTable* table, HashEntry entry, bool weak) {
 
 int32_t remove_first(st_HashTable* table, const st_HashEntry& probe, bool weak) {
   const HashEqualFunction equal = table->equal;
-  HashEntry* link =
-      find_link(table, probe.hash, [&](HashEntry entry) { return !equal || equal(&probe, entry); });
-  if (!*link) return 0;
-  remove_linked(table, link, weak);
+  const Bucket bucket(table, probe.hash);
+  const auto found = bucket.find(probe.hash, [&](HashEntry entry) { return !equal || equal(&probe, entry); });
+  if (!found.entry) return 0;
+  remove_found(table, bucket, found, weak);
   return 1;
 }
 
@@ -185,7 +183,7 @@ void remove_all(st_HashTable* table) {
   for (uint64_t i = 0; i < capacity && table->count > 0; ++i) {
     prefetch_bucket(table, i + kLookAhead);
     while (const HashEntry entry = table->buckets[i]) {
-      table->buckets[i] = entry->next;
+      Bucket::at(table, i).unlink(0);
       --table->count;
       release_entry(table, entry, weak);
     }
@@ -203,7 +201,7 @@ mint step_for(mint size) {
 }  // namespace
 
 HashEntry insert_entry(st_HashTable* table, void* key, uint64_t hash) {
-  __builtin_prefetch(bucket_of(table, hash), 1);
+  Bucket(table, hash).prefetch();
   std::unique_ptr<st_HashEntry, Release> entry(
       static_cast<HashEntry>(zalloc(sizeof(st_HashEntry), 0, kFatalFailure)));
   if (!entry) return nullptr;
@@ -213,9 +211,7 @@ HashEntry insert_entry(st_HashTable* table, void* key, uint64_t hash) {
     table->set_key(entry.get(), &key);
   else
     entry->key = key;
-  HashEntry* bucket = bucket_of(table, hash);
-  entry->next = *bucket;
-  *bucket = entry.get();
+  Bucket(table, hash).push(entry.get());
   ++table->count;
   const HashEntry added = entry.release();
   if (table->flags & HASH_TABLE_WEAK) WeakHashTable_Add(table, added);
@@ -223,11 +219,10 @@ HashEntry insert_entry(st_HashTable* table, void* key, uint64_t hash) {
   return added;
 }
 
-void remove_linked(st_HashTable* table, HashEntry* link, bool weak) {
-  const HashEntry entry = *link;
-  *link = entry->next;
+void remove_found(st_HashTable* table, const Bucket& bucket, const Bucket::Found& found, bool weak) {
+  bucket.unlink(found.place);
   --table->count;
-  release_entry(table, entry, weak);
+  release_entry(table, found.entry, weak);
   shrink_if_due(table);
 }
 

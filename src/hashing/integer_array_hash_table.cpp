@@ -63,16 +63,26 @@ class Key {
         length_(table->flags & INTEGER_ARRAY_SINGLE ? kSingle : table->key_length),
         hash_(hash_key_bytes(key, uint64_t(table->key_length) * sizeof(mint))) {}
 
-  HashEntry* find() const {
-    return find_link(table_, hash_, [this](HashEntry entry) {
-      return length_ == kSingle ? entry->key == word() : equal_arrays(array_at(&entry->key), key_, length_);
-    });
+  HashEntry find() const { return find_in(Bucket(table_, hash_)).entry; }
+
+  int32_t remove() const {
+    const Bucket bucket(table_, hash_);
+    const auto found = find_in(bucket);
+    if (!found.entry) return 0;
+    remove_found(table_, bucket, found, table_->flags & HASH_TABLE_WEAK);
+    return 1;
   }
 
   HashEntry add() const { return insert_entry(table_, word(), hash_); }
 
  private:
   static constexpr mint kSingle = -1;
+
+  Bucket::Found find_in(const Bucket& bucket) const {
+    return bucket.find(hash_, [this](HashEntry entry) {
+      return length_ == kSingle ? entry->key == word() : equal_arrays(array_at(&entry->key), key_, length_);
+    });
+  }
 
   void* word() const { return length_ == kSingle ? reinterpret_cast<void*>(*key_) : const_cast<mint*>(key_); }
 
@@ -121,7 +131,7 @@ void Delete_IntegerArrayHashTable(IntegerArrayHashTable table) {
 HashEntry IntegerArrayHashTable_GetOrAdd(IntegerArrayHashTable table, const mint* key, int32_t* added) {
   const Operation operation(table);
   const Key wanted(table, key);
-  HashEntry entry = *wanted.find();
+  HashEntry entry = wanted.find();
   const bool found = entry;
   if (!found) entry = wanted.add();
   if (added) *added = entry && !found;
@@ -135,15 +145,12 @@ HashEntry IntegerArrayHashTable_Add(IntegerArrayHashTable table, const mint* key
 
 HashEntry IntegerArrayHashTable_Get(IntegerArrayHashTable table, const mint* key) {
   const Operation operation(table);
-  return *Key(table, key).find();
+  return Key(table, key).find();
 }
 
 int32_t IntegerArrayHashTable_Remove(IntegerArrayHashTable table, const mint* key) {
   const Operation operation(table);
-  HashEntry* link = Key(table, key).find();
-  if (!*link) return 0;
-  remove_linked(table->table, link, table->table->flags & HASH_TABLE_WEAK);
-  return 1;
+  return Key(table, key).remove();
 }
 
 mint IntegerArrayHashTable_Length(IntegerArrayHashTable table) { return table->table->count; }

@@ -26,10 +26,14 @@ struct alignas(32) PrimeStep {
         reciprocal(uint64_t((uint128(1) << (63 + std::bit_width(p))) / p)),
         shift(uint32_t(std::bit_width(p)) - 1) {}
 
-  constexpr uint64_t remainder(uint64_t n) const {
+  struct Division {
+    uint64_t quotient, remainder;
+  };
+
+  constexpr Division divide(uint64_t n) const {
     const uint64_t quotient = uint64_t(uint128(n) * reciprocal >> 64) >> shift;
     const uint64_t rest = n - quotient * prime;
-    return rest >= prime ? rest - prime : rest;
+    return rest >= prime ? Division{quotient + 1, rest - prime} : Division{quotient, rest};
   }
 };
 
