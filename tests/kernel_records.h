@@ -205,6 +205,15 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_LOG10:
     case MACHFUNC_LOG1P:
       return 2;
+    case MACHFUNC_EXPM1:
+    case MACHFUNC_LOGISTIC:
+      return 2;
+    case MACHFUNC_SINH:
+    case MACHFUNC_COSH:
+    case MACHFUNC_TANH:
+    case MACHFUNC_CSCH:
+    case MACHFUNC_SECH:
+    case MACHFUNC_COTH:
     case MACHFUNC_LOG_BASE:
     case MACHFUNC_SIN:
     case MACHFUNC_COS:

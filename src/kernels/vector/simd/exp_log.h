@@ -9,46 +9,48 @@ namespace zenthar::ZENTHAR_TARGET {
 #include "kernels/vector/simd/coefficients/exponential.inc"
 #include "kernels/vector/simd/coefficients/logarithm.inc"
 
-// x = (16 e + index) log(2)/16 + r with |r.high| <= log(2)/32, for |x| < 2^15 (P. T. P. Tang, Table-driven
-// implementation of the exponential function in IEEE floating-point arithmetic, ACM TOMS 15, 1989).
-struct ExpArgument {
-  Nearest n;  // 16 e + index
-  Double r;
-  ZENTHAR_KERNEL Bits index() const { return n.integer & 15; }
-  ZENTHAR_KERNEL Nearest exponent() const { return nearest(fused(n.value, 0.0625, -0.46875)); }
-};
-
-ZENTHAR_KERNEL ExpArgument reduce_for_exp(Double x) {
-  const Nearest n = nearest(x.high * kExpScale);
-  const Real first = fused(n.value, -kExpStepHigh, x.high);  // exact
-  const Real r = fused(n.value, -kExpStepLow, first);
-  return {n, {r, fused(n.value, -kExpStepLow, first - r) + x.low}};
-}
-
-// exp(r) - 1 - r.high
-ZENTHAR_KERNEL Real exp_tail(Double r) { return fused(r.high * r.high, estrin(r.high, kExpTerms), r.low); }
-
-// 2^exponent significand
-struct Scaled {
-  Double significand;
+// exp(x) = 2^exponent (t + rest) to about 2^-64 of itself for |x| < 2^15, with t one of 16 powers of two from
+// 1 to 2 and |rest| < t log(2)/31 (P. T. P. Tang, Table-driven implementation of the exponential function in
+// IEEE floating-point arithmetic, ACM TOMS 15, 1989). exp(0) and its neighbours have t = 1 and exponent 0.
+struct ExpParts {
+  Real t;
+  Double rest;
   Nearest exponent;
 };
 
-// exp(x) to about 2^-63 of itself, as a significand from 1 to 2, for |x.high| < 2^15.
-ZENTHAR_KERNEL Scaled exp_scaled(Double x) {
-  const ExpArgument a = reduce_for_exp(x);
-  const Real tail = exp_tail(a.r);
-  const Real t = look_up(kExp2High, a.index()), t_low = look_up(kExp2Low, a.index());
-  const Double p = product(t, a.r.high);
-  const Double s = fast_sum(t, p.high);
-  const Real low = fused(t, tail, fused(t_low, a.r.high, p.low)) + t_low;
-  return {fast_sum(s.high, s.low + low), a.exponent()};
+// `low` is what is to be added to x, if anything.
+struct NoLow {};
+template <class Low = NoLow>
+ZENTHAR_KERNEL ExpParts exp_parts(Real x, Low low = {}) {
+  // x = n log(2)/16 + r
+  const Nearest n = nearest(x * kExpScale);
+  const Real first = fused(n.value, -kExpStepHigh, x);  // exact
+  const Real r = fused(n.value, -kExpStepLow, first);
+  Real r_low = fused(n.value, -kExpStepLow, first - r);
+  if constexpr (!std::is_same_v<Low, NoLow>) r_low += low;
+  const Double excess = fast_sum(r, fused(r * r, estrin(r, kExpTerms), r_low));  // exp(r) - 1
+  const Bits index = n.integer & 15;
+  const Real t = look_up(kExp2High, index), t_low = look_up(kExp2Low, index);
+  const Double p = product(t, excess.high);
+  const Real p_low = fused(t, excess.low, fused(t_low, excess.high, p.low)) + t_low;
+  return {t, {p.high, p_low}, nearest(fused(n.value, 0.0625, -0.46875))};
+}
+
+// t + rest + c
+ZENTHAR_KERNEL Double whole(const ExpParts& y) {
+  const Double s = fast_sum(y.t, y.rest.high);
+  return {s.high, s.low + y.rest.low};
+}
+ZENTHAR_KERNEL Double whole(const ExpParts& y, Double t_and_c) {
+  const Double s = fast_sum(t_and_c.high, y.rest.high);
+  return {s.high, s.low + (t_and_c.low + y.rest.low)};
 }
 
 // exp(x) to about 2^-63 of itself for |x.high| <= 708.
 ZENTHAR_KERNEL Double exp_double(Double x) {
-  const Scaled y = exp_scaled(x);
-  return {scale_normal(y.significand.high, y.exponent), scale_normal(y.significand.low, y.exponent)};
+  const ExpParts y = exp_parts(x.high, x.low);
+  const Double t = whole(y);
+  return {scale_normal(t.high, y.exponent), scale_normal(t.low, y.exponent)};
 }
 
 // x = 2^exponent significand with a significand from 1 to 2, for a positive number x, which on targets below
@@ -118,8 +120,8 @@ ZENTHAR_KERNEL Real excess(Real m, Real c) {
 
 // The logarithm of 2^exponent m for 1 <= m < 2: with c near 1/m, the logarithms of the power of two and of
 // 1/c, and the series of log(1 + r) for r = m c - 1 (P. T. P. Tang, Table-driven implementation of the
-// logarithm function in IEEE floating-point arithmetic, ACM TOMS 16, 1990). `low` is what must be added to m.
-struct NoLow {};
+// logarithm function in IEEE floating-point arithmetic, ACM TOMS 16, 1990). `low` is what
+// is to be added to m, if anything.
 template <class Base, class Low = NoLow>
 ZENTHAR_KERNEL Real log_of_parts(Real exponent, Real m, Low low = {}) {
   const Bits index = (bits(m) >> 48) & 15;

@@ -29,8 +29,24 @@ struct ExpForm {
   }
 };
 
+// 2^e (t + rest - 2^-e)
+struct ExpM1Form {
+  ZENTHAR_KERNEL static Real compute(Real given, Mask& rare) {
+#ifdef __AVX512F__
+    static_cast<void>(rare);
+#else
+    rare = not_less_equal(given, broadcast(700.0));
+#endif
+    const Real x = clamp(given, -50.0, 715.0);
+    const ExpParts y = exp_parts(x);
+    const Double e = whole(y, sum(y.t, -inverse_power_of_two(y.exponent)));
+    return with_sign(scale_normal(e.high + e.low, y.exponent), given);
+  }
+};
+
 }  // namespace
 
 ZENTHAR_VECTOR_FORM(Exp, ExpForm, mreal)
+ZENTHAR_VECTOR_FORM(ExpM1, ExpM1Form, mreal)
 
 }  // namespace zenthar::ZENTHAR_TARGET

@@ -18,6 +18,23 @@ inline constexpr bool kHasVectorForm = false;
 // exponential.cpp
 template <>
 inline constexpr bool kHasVectorForm<Exp, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<ExpM1, mreal> = true;
+// hyperbolic.cpp
+template <>
+inline constexpr bool kHasVectorForm<Sinh, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Cosh, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Tanh, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Csch, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Sech, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Coth, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Logistic, mreal> = true;
 // logarithm.cpp
 template <>
 inline constexpr bool kHasVectorForm<Log, mreal> = true;

@@ -271,6 +271,15 @@ ZENTHAR_KERNEL Real scale_normal(Real x, Nearest n) {
 #endif
 }
 
+// 2^-n; for n beyond 1000 perhaps something else below 2^-999.
+ZENTHAR_KERNEL Real inverse_power_of_two(Nearest n) {
+#ifdef __AVX512F__
+  return _mm512_maskz_scalef_pd(kAllLanes, broadcast(1.0), -n.value);
+#else
+  return power_of_two(-nearest(lesser(n.value, broadcast(1000.0))).integer);
+#endif
+}
+
 // A polynomial, by Horner's scheme; coefficients from the highest.
 ZENTHAR_KERNEL Real polynomial(Real, mreal c) { return broadcast(c); }
 template <class... Rest>
