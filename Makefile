@@ -14,7 +14,7 @@ say = @printf '== %s\n'
 sources = $$(git ls-files '*.h' '*.c' '*.cpp')
 
 .DEFAULT_GOAL := help
-.PHONY: help run test bench fuzz docs install format clean configured
+.PHONY: help run test bench fuzz docs install package format clean configured
 
 help:
 	@printf '%s\n' \
@@ -24,7 +24,8 @@ help:
 	  'make fuzz     look for faults with random input for FUZZ_SECONDS=$(FUZZ_SECONDS)' \
 	  'make docs     write the reference to build/docs/html' \
 	  'make install  install under PREFIX=$(PREFIX) (DESTDIR is honoured)' \
-	  'make format   format the sources with clang-format' \
+	  'make package  make Debian packages in dist/' \
+  'make format   format the sources with clang-format' \
 	  'make clean    remove build/' \
 	  'JOBS=$(JOBS) processes build at once; CMAKE_FLAGS adds settings for CMake.'
 
@@ -78,6 +79,18 @@ install: configured
 	$(say) 'Installing under $(DESTDIR)$(PREFIX)'
 	@DESTDIR='$(DESTDIR)' cmake --install $(build) --prefix '$(PREFIX)'
 	@if [ -z '$(DESTDIR)' ] && [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
+
+package:
+	@tools/install-deps build package
+	$(say) 'Configuring in build/package'
+	@cmake --preset package $(CMAKE_FLAGS)
+	$(say) 'Building'
+	@cmake --build --preset package -j $(JOBS)
+	$(say) 'Packing into dist/'
+	@rm -rf build/package/*.*deb dist
+	@cd build/package && cpack >cpack.log 2>&1 || { cat cpack.log >&2; exit 1; }
+	@mkdir dist && for file in build/package/*.*deb; do mv "$$file" "dist/$$(basename "$${file%.*}").deb"; done
+	@ls dist/*.deb
 
 format:
 	@tools/install-deps lint
