@@ -75,13 +75,13 @@ void free_entry(void* value) {
   std::free(entry);
 }
 
-zenthar::ThreadEnd& thread_end() {
-  // A fork waits until nobody holds the list, so that the child finds it whole and can lock it.
-  static const int fork_handled = pthread_atfork([] { entries_mutex.lock(); }, [] { entries_mutex.unlock(); },
-                                                 [] { entries_mutex.unlock(); });
-  static_cast<void>(fork_handled);
-  static zenthar::ThreadEnd instance(free_entry);
-  return instance;
+constinit zenthar::ThreadEnd thread_end(free_entry);
+
+// A fork waits until nobody holds the list, so that the child finds it whole and can lock it.
+void survive_forks() {
+  static const int registered = pthread_atfork([] { entries_mutex.lock(); }, [] { entries_mutex.unlock(); },
+                                               [] { entries_mutex.unlock(); });
+  static_cast<void>(registered);
 }
 
 // The calling thread's entry, made on first use; like the thread layer's cells it comes from malloc, since it
@@ -90,14 +90,14 @@ ThreadEntry* get_entry() {
   if (thread_entry) return thread_entry;
   auto* entry = static_cast<ThreadEntry*>(std::malloc(sizeof(ThreadEntry)));
   if (!entry) return nullptr;
-  zenthar::ThreadEnd& at_end = thread_end();
+  survive_forks();
   {
     const std::lock_guard lock(entries_mutex);
     *entry = {nullptr, entries, &entries};
     if (entries) entries->link = &entry->next;
     entries = entry;
   }
-  at_end.arm(entry);
+  thread_end.arm(entry);
   return thread_entry = entry;
 }
 
@@ -134,7 +134,7 @@ ScratchRecord* new_record() {
 namespace zenthar {
 
 void scratch_arrays_initialize(int32_t phase) {
-  if (phase == 1) thread_end();
+  if (phase == 1) thread_end.prepare();
 }
 
 // Threads that still run keep their entries, and make new records when they need them again.

@@ -31,10 +31,7 @@ void free_jump_stack(void*) {
   while (jump_stack.top) SetJumpStack_Pop();
 }
 
-bool arm_thread_end() {
-  static zenthar::ThreadEnd thread_end(free_jump_stack);
-  return thread_end.arm(&jump_stack);
-}
+constinit zenthar::ThreadEnd thread_end(free_jump_stack);
 
 }  // namespace
 
@@ -65,7 +62,7 @@ int32_t setExceptionActive(int32_t code) {
 int32_t* getExceptionActiveHandle(void) { return &exception_active; }
 
 void SetJumpStack_Push(void* buffer) {
-  if (!jump_stack.freed_at_thread_end) jump_stack.freed_at_thread_end = arm_thread_end();
+  if (!jump_stack.freed_at_thread_end) jump_stack.freed_at_thread_end = thread_end.arm(&jump_stack);
   auto* node = static_cast<JumpNode*>(zalloc(sizeof(JumpNode), 0, 0));
   if (!node) return;
   *node = {buffer, jump_stack.top};

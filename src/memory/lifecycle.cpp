@@ -1,7 +1,7 @@
 // The global list, the allocators of threads from their first request to their end, fork, and tear-down.
 //
 // A thread's end is noticed by a stop function of the thread layer, once InitializeMemory() has registered
-// it, and in any case by the destructor of a thread-specific key, so that threads of every origin end alike.
+// it, and in any case by a ThreadEnd, so that threads of every origin end alike.
 // Allocators that have ended are recycled and never freed before tear-down: a thread that has just handed a
 // block to its owner may look at the owner once more.
 #include "memory/lifecycle.h"
@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "OS/Unix/thread_end.h"
 #include "memory/accounting.h"
 #include "memory/allocator.h"
 #include "memory/guard.h"
@@ -33,7 +34,7 @@ namespace {
 constexpr size_t kReserve = 4096;
 
 pthread_mutex_t list_creation = PTHREAD_MUTEX_INITIALIZER;
-pthread_key_t exit_key;
+constinit ThreadEnd thread_end([](void*) { release_this_allocator(); });
 ThreadAllocator* recycled = nullptr;  // linked by `next`, guarded by the list mutex
 bool main_exists = false;
 int32_t stop_function = 0;  // the number it was registered under, 0 before
@@ -91,8 +92,7 @@ AllocatorList create_list() {
   list->bookkeeping_bytes = root_bytes;
   list->reserve = std::malloc(kReserve);
   list->mutex = must_have(New_KMutex());
-  list->key = New_KThreadLocalStorage();
-  if (pthread_key_create(&exit_key, [](void*) { release_this_allocator(); }) != 0) __builtin_trap();
+  list->key = must_have(New_KThreadLocalStorage());
   return list;
 }
 
@@ -129,7 +129,6 @@ void destroy_list(AllocatorList list) {
     std::free(allocator);
   }
   release_regions();
-  pthread_key_delete(exit_key);
   Delete_KThreadLocalStorage(list->key);
   Delete_KMutex(list->mutex);
   std::free(list->page_map);
@@ -140,13 +139,6 @@ void destroy_list(AllocatorList list) {
   stop_function = 0;
   main_exists = false;
 }
-
-// Threads that outlive the library must not run its destructor.
-struct Unloading {
-  ~Unloading() {
-    if (allocator_list.load(std::memory_order_relaxed)) pthread_key_delete(exit_key);
-  }
-} const unloading;
 
 }  // namespace
 
@@ -174,7 +166,7 @@ ThreadAllocator* make_allocator() {
   if (allocator->next) allocator->next->previous = allocator;
   list->head = allocator;
   KThreadLocalStorageSet(list->key, allocator);
-  pthread_setspecific(exit_key, allocator);
+  thread_end.arm(allocator);
   current_allocator = allocator;
   if (!guard::watching()) fast_allocator = allocator;
   return allocator;
@@ -186,7 +178,7 @@ void release_this_allocator() {
   current_allocator = nullptr;
   fast_allocator = &no_allocator;
   KThreadLocalStorageSet(allocator_list.load(std::memory_order_relaxed)->key, nullptr);
-  pthread_setspecific(exit_key, nullptr);
+  thread_end.arm(nullptr);
 
   const ListLock lock;
   {

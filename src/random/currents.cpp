@@ -101,17 +101,14 @@ void end_of_thread(void* value) {
   std::free(mine);
 }
 
-ThreadEnd& thread_end() {
-  static ThreadEnd instance(end_of_thread);
-  return instance;
-}
+constinit ThreadEnd thread_end(end_of_thread);
 
 // The calling thread's record, made on first use; null without memory.
 ThreadCurrents* currents() {
   if (thread_currents) return thread_currents;
   auto* mine = static_cast<ThreadCurrents*>(std::calloc(1, sizeof(ThreadCurrents)));
   if (!mine) return nullptr;
-  thread_end().arm(mine);
+  thread_end.arm(mine);
   return thread_currents = mine;
 }
 
