@@ -3,16 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <numeric>
+#include <random>
+#include <string>
 #include <vector>
 
-#include "zenthar/array.h"
-#include "zenthar/errors.h"
-#include "zenthar/memory.h"
-#include "zenthar/threads.h"
+#include "zenthar/zenthar.h"
 
 namespace {
 
@@ -97,6 +98,117 @@ TEST(Phases, TearDownAndStartAgain) {
   }
   DeinitializeRuntimeLibrary(1);  // once more, with nothing to do
   DeinitializeRuntimeLibrary(0);
+}
+
+// A look at every module, which works whatever has been called before. Leaves the thread number at 2.
+void use_every_module() {
+  const mint shape[] = {50, 40};
+  MTensor array = MTensor_newAllocatedCommon(MTENSOR_TYPE_REAL, 2, shape, 1);
+  ASSERT_NE(array, nullptr);
+  auto* data = static_cast<mreal*>(array->data);
+  std::fill_n(data, 2000, 0.5);
+  const auto square = MTensor_getUnaryVectorMachFunc(MACHFUNC_SQUARE, MTENSOR_TYPE_REAL);
+  EXPECT_EQ(square(data, data, 2000, 0), 0);
+  EXPECT_EQ(data[1999], 0.25);
+  MTensor_release(array);
+  const mint word = 7;
+  EXPECT_EQ(*static_cast<mint*>((*MTensor_loadSharedRank0(&word, MTENSOR_TYPE_INTEGER, 2))->data), 7);
+
+  HashTable table =
+      New_HashTable(0, StringHash, SetHashString, EqualHashString, HashEntry_NewGeneral, FreeString);
+  char key[] = "key";
+  HashTable_AddValue(table, key, key);
+  EXPECT_EQ(HashTable_GetValue(table, key), key);
+  FreeOrEmpty_HashTable(table, 1);
+
+  setParallelThreadNumber(2);
+  std::atomic<mint> covered{0};
+  const auto body = [](void* sum, ParallelThread thread) {
+    MTensor_loadSharedRank0(nullptr, MTENSOR_TYPE_REAL, 0);
+    *static_cast<std::atomic<mint>*>(sum) +=
+        ParallelThread_RangeEnd(thread) - ParallelThread_RangeStart(thread);
+  };
+  EXPECT_EQ(ParallelThreads_For(&covered, nullptr, body, 0, 100, 1, nullptr), 0);
+  EXPECT_EQ(covered, 100);
+
+  mint drawn[10] = {};
+  EXPECT_EQ(UniformRandomMIntegers(drawn, 10, 3, 5), 0);
+  EXPECT_TRUE(std::all_of(drawn, drawn + 10, [](mint n) { return n >= 3 && n <= 5; }));
+}
+
+// Every order in which a host may start, restart and end the library, against a model of what it sets.
+TEST(Phases, AnyOrderLeavesAWorkingLibrary) {
+  enum { kInit0, kInit1, kInit4, kOtherPhase, kInitialize, kReinitialize, kEnd, kFullEnd, kSteps };
+  DeinitializeRuntimeLibrary(0);
+  bool names = false, permanent = false, tables = false;
+  std::minstd_rand random(1);
+  for (int i = 0; i < 300; ++i) {
+    use_every_module();
+    watch = watch1 = 1;
+    HashTableGrowLoadFactor = 3;
+    default_hash_fun = fnv_64_hash;
+    system_allocation_limit = uint64_t{1} << 40;
+    setVectorParallelLengthThreshold(2, 5);
+    setExceptionActive(35);
+    const auto step = int(random() % kSteps);
+    SCOPED_TRACE("step " + std::to_string(i) + " is " + std::to_string(step));
+    switch (step) {
+      case kInit0:
+        InitRuntimeLibrary(0);
+        break;
+      case kInit1:
+        InitRuntimeLibrary(1);
+        break;
+      case kInit4:
+        InitRuntimeLibrary(4);
+        break;
+      case kOtherPhase:
+        for (int32_t phase : {-1, 2, 3, 5}) InitRuntimeLibrary(phase);
+        break;
+      case kInitialize:
+        ZentharRTL_initialize();
+        break;
+      case kReinitialize:
+        ReinitializeRuntimeLibrary();
+        break;
+      default:
+        DeinitializeRuntimeLibrary(step == kFullEnd);
+    }
+    const bool starts = step == kInit0 || step == kInitialize, ends = step == kEnd || step == kFullEnd;
+    names = (names && !starts && !ends) || step == kInit1;
+    permanent = (permanent && !ends) || step == kInit4;
+    tables = (tables && !ends) || starts;
+    EXPECT_EQ(MNumericArrayType_fromString("Byte"), names ? 2 : 0);
+    EXPECT_EQ(getEternalMTensor() != nullptr, permanent);
+    EXPECT_EQ(BITMASK[3], tables ? 7u : 0u);
+    EXPECT_EQ(watch + watch1, starts ? 0 : 2);
+    EXPECT_EQ(HashTableGrowLoadFactor, starts ? 2.0 : 3.0);
+    EXPECT_EQ(default_hash_fun, starts ? murmur3_64_128_hash : fnv_64_hash);
+    EXPECT_EQ(system_allocation_limit, step == kInit1 ? ~uint64_t{0} : uint64_t{1} << 40);
+    EXPECT_EQ(getVectorParallelLengthThreshold(2), starts ? 8192 : 5);
+    EXPECT_EQ(getParallelThreadNumber(), starts || step == kReinitialize ? getProcessorCount() : 2);
+    EXPECT_EQ(ParallelThreadsEnvironment_initializedQ(), !ends);
+    EXPECT_EQ(setExceptionActive(0), 35);
+    watch = watch1 = 0;
+    system_allocation_limit = ~uint64_t{0};
+  }
+  InitRuntimeLibrary(0);
+  DeinitializeRuntimeLibrary(1);
+}
+
+// The number under which the allocator's stop function is known counts anew with the thread layer's lists.
+TEST(Phases, TheAllocatorsStopFunctionIsRegisteredAnewAfterAFullEnd) {
+  void* survivor = zalloc(100, 0, 0);
+  EXPECT_GE(InitializeMemory(), 1);
+  DeinitializeRuntimeLibrary(1);
+  EXPECT_EQ(KThread_addStopFunction([] {}), 1);
+  EXPECT_EQ(InitializeMemory(), 2);
+  EXPECT_EQ(InitializeMemory(), 2);
+  zfree(survivor);
+  zfree(zalloc(70000, 0, 0));
+  KThread_callStopFunction(2);
+  EXPECT_EQ(MaxMemoryUsed(), 0u) << "the thread has an allocator of its own anew";
+  DeinitializeRuntimeLibrary(1);
 }
 
 TEST(Predicates, Reals) {

@@ -5,15 +5,21 @@
  * Initialisation runs the start-up hook of every module with a phase number; a hook acts only in the phases
  * it has work for:
  *
- * | phase | what happens |
- * |-------|--------------------------------------------------------------------------------------------------|
- * | 0     | defaults of a fresh process; the names of element types are cleared; ::watch and ::watch1 are 0 |
- * | 1     | ::system_memory and ::system_allocation_limit are set; the names of element types can be looked
- * up; the key of the rank-0 scratch arrays is made | | 4     | the permanent array, see getEternalMTensor(),
- * is made unless it exists                            |
+ * - 0: defaults of a fresh process: hashing, dispatch thresholds, processors and thread number, the tables of
+ *   masks and scales; the names of element types are cleared; ::watch and ::watch1 are 0;
+ * - 1: ::system_memory and ::system_allocation_limit; the names of element types can be looked up from now
+ * on; the key of the rank-0 scratch arrays;
+ * - 4: the permanent array, see getEternalMTensor(), unless it exists.
  *
- * A host runs 0, 1 and 4 in this order. Initialisation and deinitialisation are called on one thread, before
- * or after all other use of the library, and may alternate as often as one likes.
+ * A host runs 0, 1 and 4 in this order, but any order will do, and each may be repeated. Initialisation and
+ * deinitialisation are called on one thread, before or after all other use of the library, and may alternate
+ * as often as one likes; a second deinitialisation in a row finds nothing to do.
+ *
+ * **Without any of it** the library works: settings have their defaults from the start, and allocators,
+ * thread keys and the pool are made on first use. What a phase provides is then absent: the permanent array
+ * is null, names of element types give 0 (the raw-array view's are always known), the processor counts and
+ * the thread number are 0, which loops take for 1, and the tables BITMASK and BITSHIFTFACTOR hold 0. The same
+ * holds after DeinitializeRuntimeLibrary(), but for settings and the thread number, which stay as they are.
  */
 #ifndef ZENTHAR_RUNTIME_H
 #define ZENTHAR_RUNTIME_H
@@ -30,13 +36,13 @@ ZENTHAR_BEGIN_DECLS
 ZENTHAR_API void InitRuntimeLibrary(int32_t phase);
 /** Phase 0 of InitRuntimeLibrary(). */
 ZENTHAR_API void InitializeRuntimeLibrary(void);
-/** Takes the host's processor setting over again. */
+/** Counts the processors again and sets the thread number by them; nothing else changes. */
 ZENTHAR_API void ReinitializeRuntimeLibrary(void);
 /**
- * Runs the tear-down hooks: the permanent array and every thread's rank-0 scratch arrays are freed, and the
- * names of element types cleared.
- * @param full not 0 to release also the thread layer's start and stop functions and the allocator's global
- *             state
+ * Runs the tear-down hooks: the permanent array and every thread's rank-0 scratch arrays are freed, the names
+ * of element types cleared, and the workers of the pool ended. Whatever the host still holds stays valid.
+ * @param full not 0 to release also the thread layer's start and stop functions and, when no block of any
+ *             thread is left, the allocator's global state
  */
 ZENTHAR_API void DeinitializeRuntimeLibrary(int32_t full);
 /** InitializeRuntimeLibrary(): the entry point that loaded libraries call. */

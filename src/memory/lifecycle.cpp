@@ -136,7 +136,6 @@ void destroy_list(AllocatorList list) {
   std::free(list->pages);
   allocator_list.store(nullptr, std::memory_order_release);
   std::free(list);
-  stop_function = 0;
   main_exists = false;
 }
 
@@ -210,6 +209,7 @@ namespace memory = zenthar::memory;
 
 void zenthar::memory_tear_down() {
   memory::release_this_allocator();
+  memory::stop_function = 0;  // the thread layer has given up its lists
   AllocatorList list = memory::allocator_list.load(std::memory_order_acquire);
   if (!list) return;
   {
