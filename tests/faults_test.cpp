@@ -74,6 +74,22 @@ bool locks_and_keys() {
   return all;
 }
 
+bool stop_functions() {
+  static int calls;
+  calls = 0;
+  KThread_initStartStopFunctions();
+  int32_t added = 0;
+  for (int i = 0; i < 20; ++i) {
+    const int32_t number = KThread_addStopFunction([] { ++calls; });
+    CHECK(number == 0 || number == added + 1);
+    added += number != 0;
+  }
+  KThread_runStopFunctions();
+  CHECK(calls == added);
+  KThread_freeStartStopFunctions();
+  return added == 20;
+}
+
 // Blocks of a small, a medium and a large class, grown and shrunk, in each mode.
 bool blocks() {
   bool all = true;
@@ -341,6 +357,7 @@ struct Use {
 constexpr Use kUses[] = {
     {"Thread", thread},
     {"LocksAndKeys", locks_and_keys},
+    {"StopFunctions", stop_functions},
     {"Blocks", blocks},
     {"BlocksOfAFreshThread", blocks_of_a_fresh_thread},
     {"Statistics", statistics},

