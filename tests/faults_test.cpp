@@ -177,6 +177,21 @@ bool guarded_calls() {
   return all;
 }
 
+// Guards by hand pop what they pushed, whether or not there was memory for it.
+bool guards_by_hand() {
+  int a, b;
+  SetJumpStack_Push(&a);
+  const bool first = SetJumpStack_Peek() == &a;
+  CHECK(first || !SetJumpStack_Peek());
+  SetJumpStack_Push(&b);
+  const bool second = SetJumpStack_Peek() == &b;
+  SetJumpStack_Pop();
+  CHECK(SetJumpStack_Peek() == (first ? &a : nullptr));
+  SetJumpStack_Pop();
+  CHECK(!SetJumpStack_Peek());
+  return first && second;
+}
+
 // Each way of getting an array and giving it another shape.
 bool arrays() {
   bool all = true;
@@ -362,6 +377,7 @@ constexpr Use kUses[] = {
     {"BlocksOfAFreshThread", blocks_of_a_fresh_thread},
     {"Statistics", statistics},
     {"GuardedCalls", guarded_calls},
+    {"GuardsByHand", guards_by_hand},
     {"Arrays", arrays},
     {"ScratchArrays", scratch_arrays},
     {"Loops", loops},

@@ -133,7 +133,12 @@ ZENTHAR_API int32_t* getExceptionActiveHandle(void);
  * What is left on the stack when a thread ends is freed; the buffers belong to their callers.
  * @{ */
 
-/** Makes `buffer`, a caller-owned `jmp_buf` that `setjmp` has filled or will fill, the target of raises. */
+/**
+ * Makes `buffer`, a caller-owned `jmp_buf` that `setjmp` has filled or will fill, the target of raises.
+ *
+ * Where there is no memory for it and a replaced nomem() comes back, SetJumpStack_Peek() still gives the
+ * buffer that was innermost before, and raises go there; SetJumpStack_Pop() is due all the same.
+ */
 ZENTHAR_API void SetJumpStack_Push(void* buffer);
 /** @return the innermost buffer, or null when the stack is empty */
 ZENTHAR_API void* SetJumpStack_Peek(void);

@@ -23,9 +23,7 @@ class RegisteredBuffer {
     SetJumpStack_Push(&buffer);
     registered_ = SetJumpStack_Peek() == &buffer;
   }
-  ~RegisteredBuffer() {
-    if (registered_) SetJumpStack_Pop();
-  }
+  ~RegisteredBuffer() { SetJumpStack_Pop(); }
   RegisteredBuffer(const RegisteredBuffer&) = delete;
   RegisteredBuffer& operator=(const RegisteredBuffer&) = delete;
 

@@ -20,6 +20,7 @@ struct JumpNode {
 
 struct JumpStack {
   JumpNode* top;
+  mint missing;  // buffers pushed above `top` from the first on for which there was no memory
   bool freed_at_thread_end;
 };
 
@@ -28,6 +29,7 @@ constinit thread_local JumpStack jump_stack = {};
 // What a thread leaves on its stack has nobody to pop it once the thread has ended.
 void free_jump_stack(void*) {
   jump_stack.freed_at_thread_end = false;
+  jump_stack.missing = 0;
   while (jump_stack.top) SetJumpStack_Pop();
 }
 
@@ -41,6 +43,7 @@ int32_t throwZentharException(int32_t code) {
       relaxed(exception_active) = code;
       return code;
     case ZENTHAR_STYLE_JUMP:
+      jump_stack.missing = 0;
       longjmp(*static_cast<jmp_buf*>(SetJumpStack_Peek()), code);
     default:
       throw ZentharRuntimeException(code);
@@ -63,8 +66,11 @@ int32_t* getExceptionActiveHandle(void) { return &exception_active; }
 
 void SetJumpStack_Push(void* buffer) {
   if (!jump_stack.freed_at_thread_end) jump_stack.freed_at_thread_end = thread_end.arm(&jump_stack);
-  auto* node = static_cast<JumpNode*>(zalloc(sizeof(JumpNode), 0, 0));
-  if (!node) return;
+  auto* node = jump_stack.missing ? nullptr : static_cast<JumpNode*>(zalloc(sizeof(JumpNode), 0, 0));
+  if (!node) {
+    ++jump_stack.missing;
+    return;
+  }
   *node = {buffer, jump_stack.top};
   jump_stack.top = node;
 }
@@ -72,6 +78,10 @@ void SetJumpStack_Push(void* buffer) {
 void* SetJumpStack_Peek(void) { return jump_stack.top ? jump_stack.top->buffer : nullptr; }
 
 void SetJumpStack_Pop(void) {
+  if (jump_stack.missing) {
+    --jump_stack.missing;
+    return;
+  }
   JumpNode* node = jump_stack.top;
   jump_stack.top = node->next;
   zfree(node);
