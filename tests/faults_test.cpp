@@ -253,6 +253,50 @@ bool scratch_arrays() {
   return got;
 }
 
+bool hash_tables() {
+  HashTable table =
+      New_HashTable(0, StringHash, SetHashString, EqualHashString, HashEntry_NewGeneral, FreeString);
+  if (!table) return false;
+  char key[] = "a";
+  mint count = 0;
+  for (int i = 0; i < 40; ++i, ++key[0]) {
+    int32_t added = 9;
+    HashEntry entry = i % 2 ? HashTable_GetOrAdd(table, key, &added) : HashTable_AddValue(table, key, table);
+    CHECK(!entry || std::strcmp(static_cast<char*>(entry->key), key) == 0);
+    CHECK(i % 2 == 0 || added == (entry != nullptr));
+    count += entry != nullptr;
+    CHECK(table->count == count && HashTable_GetUsingFunction(table, key) == entry);
+  }
+  const bool grown = table->capacity > 7;
+  FreeOrEmpty_HashTable(table, 0);
+  CHECK(table->count == 0);
+  const bool shrunk = table->capacity == 7;
+  FreeOrEmpty_HashTable(table, 1);
+  return count == 40 && grown && shrunk;
+}
+
+bool integer_array_tables() {
+  bool all = true;
+  for (int32_t flags : {0, int32_t{INTEGER_ARRAY_COPY_KEYS}}) {
+    IntegerArrayHashTable table = New_IntegerArrayHashTable(2, 0, flags, nullptr);
+    if (!table) {
+      all = false;
+      continue;
+    }
+    const mint keys[] = {3, 4, 5};
+    HashEntry entry = IntegerArrayHashTable_Add(table, keys);
+    int32_t added = 9;
+    HashEntry other = IntegerArrayHashTable_GetOrAdd(table, keys + 1, &added);
+    CHECK(added == (other != nullptr));
+    CHECK(IntegerArrayHashTable_Get(table, keys) == entry);
+    CHECK(IntegerArrayHashTable_Get(table, keys + 1) == other);
+    CHECK(IntegerArrayHashTable_Length(table) == (entry != nullptr) + (other != nullptr));
+    all = all && entry && other;
+    Delete_IntegerArrayHashTable(table);
+  }
+  return all;
+}
+
 // A loop covers its range with as many threads as there are.
 bool loops() {
   setParallelThreadNumber(3);
@@ -380,6 +424,8 @@ constexpr Use kUses[] = {
     {"GuardsByHand", guards_by_hand},
     {"Arrays", arrays},
     {"ScratchArrays", scratch_arrays},
+    {"HashTables", hash_tables},
+    {"IntegerArrayTables", integer_array_tables},
     {"Loops", loops},
     {"StartHooks", start_hooks, true},
     {"VectorFunctions", vector_functions},

@@ -195,7 +195,8 @@ ZENTHAR_API void HashEntry_NewGeneral(HashEntry entry);
  * stays as it is.
  * @param table the table
  * @param key   the key word
- * @return the new entry, its value 0
+ * @return the new entry, its value 0; null, with the table as it was, where there was no memory for it or for
+ *         the copy of its key and a replaced nomem() came back
  */
 ZENTHAR_API HashEntry HashTable_Add(HashTable table, void* key);
 /**

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "hashing/hash_table.h"
+#include "hashing/integer_array_keys.h"
 #include "hashing/prime_steps.h"
 #include "zenthar/hashing.h"
 #include "zenthar/host.h"
@@ -168,6 +169,13 @@ void release_entry(st_HashTable* table, HashEntry entry, bool weak) {
   if (table->free_entry) table->free_entry(entry);
 }
 
+// Whether there was no memory for the copy of an entry's key.
+bool lacks_key(const st_HashTable* table, HashEntry entry) {
+  if (entry->key) return false;
+  return table->set_key == SetHashString ||
+         (table->set_key == copy_integer_array && integer_array_key_length > 0);
+}
+
 int32_t remove_first(st_HashTable* table, const st_HashEntry& probe, bool weak) {
   const HashEqualFunction equal = table->equal;
   const Bucket bucket(table, probe.hash);
@@ -211,6 +219,10 @@ HashEntry insert_entry(st_HashTable* table, void* key, uint64_t hash) {
     table->set_key(entry.get(), &key);
   else
     entry->key = key;
+  if (lacks_key(table, entry.get())) {
+    release_entry(table, entry.release(), false);
+    return nullptr;
+  }
   Bucket(table, hash).push(entry.get());
   ++table->count;
   const HashEntry added = entry.release();

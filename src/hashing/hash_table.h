@@ -140,6 +140,9 @@ class Bucket {
 // Inserts an entry, whether or not there is an equal one; null when there is no memory for it.
 HashEntry insert_entry(st_HashTable* table, void* key, uint64_t hash);
 
+// The set-key function of integer-array tables that copy their keys.
+void copy_integer_array(HashEntry entry, const void* key);
+
 // Removes and releases what was found in a bucket.
 void remove_found(st_HashTable* table, const Bucket& bucket, const Bucket::Found& found, bool weak);
 

@@ -38,11 +38,6 @@ int32_t equal_array(const void* entry, const void* key) {
   return equal_arrays(array_at(entry), array_at(key), integer_array_key_length);
 }
 
-void copy_array(HashEntry entry, const void* key) {
-  entry->key = zalloc(key_bytes(), 0, 0);
-  if (entry->key) std::memcpy(entry->key, array_at(key), key_bytes());
-}
-
 void free_array(HashEntry entry) { zfree(entry->key); }
 
 // An operation on one table: its key length holds while it runs.
@@ -96,11 +91,17 @@ HashTable new_inner_table(bool single, bool copies, mint size, HashEntryFunction
   if (single)
     return New_HashTable(size, hash_single, nullptr, equal_single, HashEntry_NewGeneral, free_entry);
   if (copies && !free_entry) free_entry = free_array;
-  return New_HashTable(size, hash_array, copies ? copy_array : nullptr, equal_array, HashEntry_NewGeneral,
-                       free_entry);
+  return New_HashTable(size, hash_array, copies ? copy_integer_array : nullptr, equal_array,
+                       HashEntry_NewGeneral, free_entry);
 }
 
 }  // namespace
+
+void copy_integer_array(HashEntry entry, const void* key) {
+  entry->key = zalloc(key_bytes(), 0, 0);
+  if (entry->key) std::memcpy(entry->key, array_at(key), key_bytes());
+}
+
 }  // namespace zenthar
 
 using namespace zenthar;
