@@ -349,6 +349,33 @@ bool runtime() {
   return permanent;
 }
 
+// A generator, its clone and its copy; the clone goes on as the original.
+bool generator_of(RandomGenerator made, RandomMethodClone clone_of, RandomMethodFree free_of) {
+  if (!made) return false;
+  RandomGenerator clone = clone_of(made);
+  mint a[40], b[40];
+  CHECK(Generic_randomMIntegers(a, 40, 0, 1000, made) == 0);
+  if (clone) {
+    CHECK(Generic_randomMIntegers(b, 40, 0, 1000, clone) == 0);
+    CHECK(std::equal(a, a + 40, b));
+    free_of(clone);
+  }
+  RandomGenerator copy = RandomGenerator_copyGeneric(made);
+  const bool copied = copy;
+  RandomGenerator_deleteGeneric(copy);
+  free_of(made);
+  return clone && copied;
+}
+
+bool generators() {
+  mint stream = 5, wide[] = {100, 4, 0};
+  const bool twister =
+      generator_of(MersenneTwister_alloc(nullptr), MersenneTwister_clone, MersenneTwister_free);
+  const bool parallel = generator_of(PMT32_alloc(&stream), PMT32_clone, PMT32_free);
+  const bool automaton = generator_of(CA5BufferState_alloc(wide), CA5BufferState_clone, CA5BufferState_free);
+  return twister && parallel && automaton;
+}
+
 bool saved_states() {
   RandomState state = RandomState_new();
   if (!state) return false;
@@ -359,6 +386,73 @@ bool saved_states() {
   RandomState_count(state);
   RandomState_delete(state);
   return first && second;
+}
+
+bool methods() {
+  const mint before = RandomGeneratorMethod_find("of a test");
+  RandomGeneratorMethod made = RandomGeneratorMethod_add("of a test", nullptr, nullptr, nullptr);
+  const mint id = RandomGeneratorMethod_find("of a test");
+  CHECK(made ? made->name && made->current && made->id == id : id == before);
+  return made;
+}
+
+// What a thread that draws gets: numbers or a code, and nothing is left of it when it ends.
+bool draws_of_a_thread() {
+  static bool all;
+  all = false;
+  pthread_t made;
+  const auto draw = [](void*) -> void* {
+    mint integers[100];
+    mreal reals[100];
+    const int32_t first = UniformRandomMIntegers(integers, 100, 1, 6);
+    const int32_t second = UniformRandomMReals(reals, 100, 0, 1);
+    CHECK(first == 0 || first == 11);
+    CHECK(second == 0 || second == 11);
+    CHECK(first != 0 || (*std::min_element(integers, integers + 100) >= 1 && integers[99] <= 6));
+    const mint index = GetParallelGeneratorIndex();
+    CHECK(index >= 0 && GetParallelGeneratorIndex() == index);
+    RandomGenerator clone = RandomGenerator_clone(CurrentRandomGenerator_get());
+    CHECK(!clone ||
+          UniformRandomMIntegers(integers, 100, 1, 6) == Generic_randomMIntegers(integers, 100, 1, 6, clone));
+    all = first == 0 && second == 0 && clone;
+    RandomGenerator_refDecr(clone);
+    return nullptr;
+  };
+  if (pthread_create(&made, nullptr, draw, nullptr) != 0) return false;
+  pthread_join(made, nullptr);
+  return all;
+}
+
+// Choices and samples with a generator that is there, and memory of their own that may not be.
+bool variates() {
+  mint positions[2000];
+  mcomplex complexes[50];
+  const mint n = 2000;
+  MTensor weights = MTensor_newAllocatedCommon(MTENSOR_TYPE_REAL, 1, &n, 1);
+  if (!weights) return false;
+  std::fill_n(static_cast<mreal*>(weights->data), n, 0.5);
+  MTensor sums = nullptr;
+  const int32_t codes[] = {
+      UniformRandomMComplexes(complexes, 50, {0, 0}, {1, 1}),
+      AccumulateWeightMTensor(&sums, weights),
+      RandomChoices(positions, 50, n, nullptr),
+      RandomChoices(positions, 2000, n, weights),
+      RandomSamples(positions, 1000, n, nullptr),
+      RandomSamples(positions, 20, n, nullptr),
+      RandomSamples(positions, 1000, n, weights),
+      RandomSamples(positions, 20, n, weights),
+  };
+  bool all = true;
+  for (const int32_t code : codes) {
+    CHECK(code == 0 || code == 403 || code == 11 || code == -1);
+    all = all && code == 0;
+  }
+  HashTable table = PositionHashTable_new(10);
+  all = all && table;
+  FreeOrEmpty_HashTable(table, 1);
+  MTensor_delete(sums);
+  MTensor_delete(weights);
+  return all;
 }
 
 // Sorting and searching. Those that need no result array come to their answer without memory.
@@ -430,7 +524,11 @@ constexpr Use kUses[] = {
     {"StartHooks", start_hooks, true},
     {"VectorFunctions", vector_functions},
     {"Runtime", runtime},
+    {"Generators", generators},
     {"SavedStates", saved_states},
+    {"Methods", methods, true},
+    {"DrawsOfAThread", draws_of_a_thread},
+    {"Variates", variates},
     {"SortedArrays", sorted_arrays},
 };
 

@@ -230,11 +230,14 @@ extern ZENTHAR_API const char* const CompilerRandomGeneratorMethodList[6];
 /** The name of the default method: "ExtendedCA". */
 extern ZENTHAR_API const char* DefaultRandomGeneratorName;
 
-/** @param name copied; may be null. @return a new method, not yet on the list */
+/** @param name copied; may be null. @return a new method, not yet on the list; null without memory */
 ZENTHAR_API RandomGeneratorMethod RandomGeneratorMethod_new(const char* name);
 /** Gives a method the next number and puts it at the front of the list, for good. */
 ZENTHAR_API void RandomGeneratorMethod_addToMethodList(RandomGeneratorMethod method);
-/** Makes a method, with copies of the name and its functions (any may be null), and puts it on the list. */
+/**
+ * Makes a method, with copies of the name and its functions (any may be null), and puts it on the list. Null
+ * without memory: the list is as it was then.
+ */
 ZENTHAR_API RandomGeneratorMethod RandomGeneratorMethod_add(const char* name, RandomMethodAllocate allocate,
                                                             RandomMethodClone clone,
                                                             RandomMethodFree free_generator);
@@ -247,7 +250,8 @@ ZENTHAR_API const char* CompiledGetRandomGeneratorName(mint id);
 /** @} */
 
 /** @name Current generators
- * They belong to the calling thread; setting one neither takes nor gives up a reference.
+ * They belong to the calling thread; setting one neither takes nor gives up a reference. Where there is no
+ * memory to keep one, setting it changes nothing.
  * @{ */
 ZENTHAR_API RandomGenerator RandomGeneratorMethod_getCurrent(RandomGeneratorMethod method); /**< or null */
 /** Sets the current generator of a method, which takes over one reference from the caller; null for none. */
@@ -257,7 +261,8 @@ ZENTHAR_API RandomGenerator CurrentRandomGenerator_get(void); /**< the current g
 ZENTHAR_API void CurrentRandomGenerator_set(RandomGenerator generator);
 /**
  * The thread's number among those that draw in parallel, from 0: its own until it ends or
- * ClearParallelRandomGenerators() takes it back, and then given to the next thread that asks.
+ * ClearParallelRandomGenerators() takes it back, and then given to the next thread that asks. 0 when there is
+ * no memory for one of its own.
  */
 ZENTHAR_API mint GetParallelGeneratorIndex(void);
 /**
@@ -284,7 +289,7 @@ ZENTHAR_API void RandomGenerator_refDecr(RandomGenerator generator);
 /**
  * A generator of the same method with a state of its own, made by the state-creation function of the one
  * given from its data.
- * @return null when the method has no clone function or that fails
+ * @return null when the method has no clone function, or that or the state-creation function fails
  */
 ZENTHAR_API RandomGenerator RandomGenerator_clone(RandomGenerator generator);
 /** A new generator with a copy of the function table, the distributions and the third word, without state. */

@@ -61,7 +61,13 @@ ZENTHAR_HOST_DEFAULT RandomGenerator GetCurrentRandomGenerator(void) {
   seed_from_system(generator);
   RandomGeneratorMethod_setCurrent(method, generator);
   CurrentRandomGenerator_set(generator);
-  return generator;
+  if (CurrentRandomGenerator_get() == generator && RandomGeneratorMethod_getCurrent(method) == generator)
+    return generator;
+  // There was no memory to take note of it, so nobody would release it.
+  CurrentRandomGenerator_set(nullptr);
+  RandomGeneratorMethod_setCurrent(method, nullptr);
+  RandomGenerator_refDecr(generator);
+  return nullptr;
 }
 
 ZENTHAR_HOST_DEFAULT void CompiledSeedRandom(mint* seed) {

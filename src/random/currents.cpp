@@ -6,23 +6,21 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <new>
 
 #include "OS/Unix/thread_end.h"
 #include "random/random.h"
 #include "zenthar/host.h"
-#include "zenthar/memory.h"
 #include "zenthar/parallel.h"
 
 namespace zenthar::random {
 namespace {
 
+// Cells outlive the threads that take them, and would keep the allocator of the first one, so they come from
+// malloc.
 struct IndexCell {
   mint index;
-};
-
-struct FreeCell {
-  IndexCell* cell;
-  FreeCell* next;
+  IndexCell* next;  // the cell that was released before it, while it is free
 };
 
 struct MethodCurrent {
@@ -43,8 +41,8 @@ constinit thread_local bool thread_is_worker = false;
 
 std::atomic<KThreadLocalStorage> current_key{nullptr};
 std::atomic<KThreadLocalStorage> index_key{nullptr};
-mint next_index = 0;             // guarded by the state mutex
-FreeCell* free_cells = nullptr;  // guarded by the state mutex
+mint next_index = 0;              // guarded by the state mutex
+IndexCell* free_cells = nullptr;  // guarded by the state mutex
 
 KThreadLocalStorage key_of(std::atomic<KThreadLocalStorage>& place) {
   KThreadLocalStorage key = place.load(std::memory_order_acquire);
@@ -77,11 +75,8 @@ void give_up_currents(ThreadCurrents* mine) {
 // The mutex is held.
 void give_back_index(ThreadCurrents* mine) {
   if (!mine->cell) return;
-  auto* node = static_cast<FreeCell*>(zalloc(sizeof(FreeCell), 0, 0));
-  if (node) {
-    *node = {mine->cell, free_cells};
-    free_cells = node;
-  }
+  mine->cell->next = free_cells;
+  free_cells = mine->cell;
   mine->cell = nullptr;
   set(key_of(index_key), nullptr);
 }
@@ -108,44 +103,65 @@ ThreadCurrents* currents() {
   if (thread_currents) return thread_currents;
   auto* mine = static_cast<ThreadCurrents*>(std::calloc(1, sizeof(ThreadCurrents)));
   if (!mine) return nullptr;
-  thread_end.arm(mine);
+  if (!thread_end.arm(mine)) {
+    std::free(mine);
+    return nullptr;
+  }
   return thread_currents = mine;
+}
+
+// Where the calling thread's record has its generator of a method; null when there is none to be had. For a
+// generator of null none is made.
+RandomGenerator* place_of(RandomGeneratorMethod method, RandomGenerator generator) {
+  ThreadCurrents* mine = currents();
+  if (!mine) return nullptr;
+  MethodCurrent* m = mine->methods;
+  while (m && m->method != method) m = m->next;
+  if (!m && generator) {
+    m = static_cast<MethodCurrent*>(std::malloc(sizeof(MethodCurrent)));
+    if (!m) return nullptr;
+    *m = {method, nullptr, mine->methods};
+    mine->methods = m;
+  }
+  return m ? &m->generator : nullptr;
+}
+
+// Sets a key's value and, when the key has taken it, the thread's own note of it.
+void set_noted(KThreadLocalStorage key, RandomGenerator* note, RandomGenerator generator) {
+  if (!note) return;
+  set(key, generator);
+  if (KThreadLocalStorageGet(key) == generator) *note = generator;
 }
 
 IndexCell* take_index() {
   const StateLock lock;
-  if (FreeCell* node = free_cells) {
-    IndexCell* cell = node->cell;
-    free_cells = node->next;
-    zfree(node);
+  if (IndexCell* cell = free_cells) {
+    free_cells = cell->next;
     return cell;
   }
-  auto* cell = static_cast<IndexCell*>(zalloc(sizeof(IndexCell), 0, 0));
-  if (cell) cell->index = next_index++;
+  auto* cell = static_cast<IndexCell*>(std::malloc(sizeof(IndexCell)));
+  if (cell) *cell = {next_index++, nullptr};
   return cell;
 }
 
 }  // namespace
 
+constinit std::recursive_mutex state_mutex;
+
 // A fork waits until nobody holds the mutex. The child, whose thread goes by another identifier and could not
 // unlock it, makes it anew.
-KMutex state_mutex() {
-  static KMutex mutex = [] {
+void survive_forks() {
+  static const int registered = [] {
     // The mutex is held while memory is allocated, so a fork must lock it before the allocator's: handlers
     // run from the last registered to the first.
     zfree(zalloc(1, 0, 1));
-    pthread_atfork([] { KMutexLock(state_mutex()); }, [] { KMutexUnlock(state_mutex()); },
-                   [] {
-                     Delete_KMutex(mutex);
-                     mutex = New_KMutex();
-                   });
-    return New_KMutex();
+    return pthread_atfork([] { state_mutex.lock(); }, [] { state_mutex.unlock(); },
+                          [] { new (&state_mutex) std::recursive_mutex; });
   }();
-  return mutex;
+  (void)registered;
 }
 
 void make_keys() {
-  state_mutex();
   key_of(current_key);
   key_of(index_key);
 }
@@ -160,20 +176,6 @@ void mark_workers() {
   (void)marked;
 }
 
-void note_current(RandomGeneratorMethod method, RandomGenerator generator) {
-  ThreadCurrents* mine = currents();
-  if (!mine) return;
-  MethodCurrent* m = mine->methods;
-  while (m && m->method != method) m = m->next;
-  if (!m && generator) {
-    m = static_cast<MethodCurrent*>(std::malloc(sizeof(MethodCurrent)));
-    if (!m) return;
-    *m = {method, nullptr, mine->methods};
-    mine->methods = m;
-  }
-  if (m) m->generator = generator;
-}
-
 }  // namespace zenthar::random
 
 using namespace zenthar::random;
@@ -183,8 +185,7 @@ RandomGenerator RandomGeneratorMethod_getCurrent(RandomGeneratorMethod method) {
 }
 
 void RandomGeneratorMethod_setCurrent(RandomGeneratorMethod method, RandomGenerator generator) {
-  set(method->current, generator);
-  note_current(method, generator);
+  set_noted(method->current, place_of(method, generator), generator);
 }
 
 RandomGenerator CurrentRandomGenerator_get(void) {
@@ -192,8 +193,8 @@ RandomGenerator CurrentRandomGenerator_get(void) {
 }
 
 void CurrentRandomGenerator_set(RandomGenerator generator) {
-  set(key_of(current_key), generator);
-  if (ThreadCurrents* mine = currents()) mine->current = generator;
+  ThreadCurrents* mine = currents();
+  set_noted(key_of(current_key), mine ? &mine->current : nullptr, generator);
 }
 
 mint GetParallelGeneratorIndex(void) {

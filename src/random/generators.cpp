@@ -30,7 +30,9 @@ RandomGenerator RandomGenerator_clone(RandomGenerator generator) {
   // A clone function may have handed on the original's state, which is not the clone's to free.
   if (replaced && replaced != generator->state && replaced != clone->state && clone->free_state)
     clone->free_state(replaced);
-  return clone;
+  if (clone->state) return clone;
+  if (method->free_generator) method->free_generator(clone);
+  return nullptr;
 }
 
 RandomGenerator RandomGenerator_copyGeneric(RandomGenerator generator) {

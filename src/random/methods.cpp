@@ -36,17 +36,21 @@ void link(RandomGeneratorMethod method) {
 
 }  // namespace
 
-void zenthar::random::add_method(const char* name, mint id, RandomMethodAllocate allocate,
+bool zenthar::random::add_method(const char* name, mint id, RandomMethodAllocate allocate,
                                  RandomMethodClone clone, RandomMethodFree free_generator) {
   RandomGeneratorMethod method = RandomGeneratorMethod_new(name);
-  if (!method) return;
+  if (!method) return false;
   method->allocate = allocate;
   method->clone = clone;
   method->free_generator = free_generator;
-  if (RandomGeneratorMethod_get(id)) return RandomGeneratorMethod_addToMethodList(method);
+  if (RandomGeneratorMethod_get(id)) {
+    RandomGeneratorMethod_addToMethodList(method);
+    return true;
+  }
   method->id = id;
   if (last_id < id) last_id = id;
   link(method);
+  return true;
 }
 
 RandomGeneratorMethod RandomGeneratorMethod_new(const char* name) {
@@ -54,7 +58,11 @@ RandomGeneratorMethod RandomGeneratorMethod_new(const char* name) {
   if (!method) return nullptr;
   method->name = copy_of(name);
   method->current = New_KThreadLocalStorage();
-  return method;
+  if (method->current && (method->name || !name)) return method;
+  Delete_KThreadLocalStorage(method->current);
+  zfree(method->name);
+  zfree(method);
+  return nullptr;
 }
 
 void RandomGeneratorMethod_addToMethodList(RandomGeneratorMethod method) {
@@ -68,7 +76,7 @@ RandomGeneratorMethod RandomGeneratorMethod_add(const char* name, RandomMethodAl
   if (!method) return nullptr;
   // The record's name from here on is a copy of its own; the one made with the record belongs to whoever made
   // the record, and stays.
-  method->name = copy_of(name);
+  if (char* copy = copy_of(name)) method->name = copy;
   method->allocate = allocate;
   method->clone = clone;
   method->free_generator = free_generator;

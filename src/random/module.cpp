@@ -46,13 +46,14 @@ void register_methods() {
   static bool registered = false;
   const StateLock lock;
   if (registered) return;
-  registered = true;
+  bool all = true;
   for (const auto& m : kMethods) {
     const char* name = CompilerRandomGeneratorMethodList[m.compiler_index];
     if (RandomGeneratorMethod_find(name) != 0) continue;
-    add_method(name, CompilerRandomGeneratorMethodID[m.compiler_index], m.allocate, m.clone,
-               m.free_generator);
+    all &= add_method(name, CompilerRandomGeneratorMethodID[m.compiler_index], m.allocate, m.clone,
+                      m.free_generator);
   }
+  registered = all;
 }
 
 }  // namespace zenthar::random

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 #include "zenthar/random.h"
 #include "zenthar/threads.h"
@@ -17,16 +18,13 @@ void random_tear_down();
 
 namespace zenthar::random {
 
-// The mutex that guards what threads share here: free parallel indices, workers' saved states, the
-// registration of the library's own methods, the cellular automaton's auxiliary generator.
-KMutex state_mutex();
+// Guards what threads share here: free parallel indices, workers' saved states, the registration of the
+// library's own methods, the cellular automaton's auxiliary generator.
+extern constinit std::recursive_mutex state_mutex;
+void survive_forks();
 
-class StateLock {
- public:
-  StateLock() { KMutexLock(state_mutex()); }
-  ~StateLock() { KMutexUnlock(state_mutex()); }
-  StateLock(const StateLock&) = delete;
-  StateLock& operator=(const StateLock&) = delete;
+struct StateLock : std::lock_guard<std::recursive_mutex> {
+  StateLock() : lock_guard((survive_forks(), state_mutex)) {}
 };
 
 // Makes the keys of the current generator and the parallel index, unless there are any.
@@ -35,14 +33,11 @@ void make_keys();
 void mark_workers();
 // Whether the calling thread is a worker of the pool.
 bool is_worker();
-// Takes note that the calling thread has set its current generator of a method.
-void note_current(RandomGeneratorMethod method, RandomGenerator generator);
-
-// Registers the library's own methods, once, under the numbers that compiled code knows them by where these
-// are still free; a method of the same name that the host registered stays the one.
+// Registers the library's own methods, each once, under the numbers that compiled code knows them by where
+// these are still free; a method of the same name that the host registered stays the one.
 void register_methods();
-// Puts a method on the list under this number, or under the next one where it is taken.
-void add_method(const char* name, mint id, RandomMethodAllocate allocate, RandomMethodClone clone,
+// Puts a method on the list under this number, or under the next one where it is taken; false without memory.
+bool add_method(const char* name, mint id, RandomMethodAllocate allocate, RandomMethodClone clone,
                 RandomMethodFree free_generator);
 
 // The function table's word, null also where there is no table or generator.
