@@ -253,6 +253,21 @@ bool scratch_arrays() {
   return got;
 }
 
+bool tracked_arrays() {
+  static int messages;
+  messages = 0;
+  initializeTensorMemoryCheck([](const char*) { ++messages; });
+  const bool tracking = trackTensorMemory;
+  MTensor array = MTensor_new();
+  if (array) MTensor_delete(array);
+  const int unknown = messages;  // there was no memory to take note of it
+  runTensorMemoryCheck(1);
+  CHECK(trackTensorMemory == 0 && messages == unknown && unknown <= 1);
+  CHECK(tracking || unknown == 0);
+  if (array && unknown) MTensor_delete(array);
+  return tracking && array && unknown == 0;
+}
+
 bool hash_tables() {
   HashTable table =
       New_HashTable(0, StringHash, SetHashString, EqualHashString, HashEntry_NewGeneral, FreeString);
@@ -518,6 +533,7 @@ constexpr Use kUses[] = {
     {"GuardsByHand", guards_by_hand},
     {"Arrays", arrays},
     {"ScratchArrays", scratch_arrays},
+    {"TrackedArrays", tracked_arrays},
     {"HashTables", hash_tables},
     {"IntegerArrayTables", integer_array_tables},
     {"Loops", loops},

@@ -310,7 +310,7 @@ ZENTHAR_API mbool MTensor_maxCompatibleDimensions(MTensor a, MTensor b, mint* ra
 typedef void (*TensorMemoryReporter)(const char* message);
 /**
  * Begins a run: an empty table of arrays, and tracking on. The table of an earlier run that was not released
- * is forgotten, not freed.
+ * is forgotten, not freed. Tracking stays off where there is no memory for the table.
  * @param reporter called for every problem; null for none
  */
 ZENTHAR_API void initializeTensorMemoryCheck(TensorMemoryReporter reporter);

@@ -70,7 +70,7 @@ bool freed_elsewhere(HashEntry entry) {
 void initializeTensorMemoryCheck(TensorMemoryReporter new_reporter) {
   table = New_HashTable(kTableSize, hash_address, nullptr, equal_address, clear_value, release_record);
   reporter = new_reporter;
-  trackTensorMemory = 1;
+  trackTensorMemory = table != nullptr;
 }
 
 void TensorMemory_addNew(MNumericArray array) {
