@@ -510,6 +510,19 @@ bool sorted_arrays() {
   return all;
 }
 
+// A sort that is divided among threads where there are any.
+bool divided_sorts() {
+  static std::vector<mint> values(140000), permutation(values.size());
+  for (size_t i = 0; i < values.size(); ++i) values[i] = mint(i * 7919 % 100003);
+  setParallelThreadNumber(2);
+  MergeSortPermutation_mint(permutation.data(), values.data(), mint(values.size()));
+  CHECK(getExceptionActive() == 0);
+  CHECK(std::is_sorted(permutation.begin(), permutation.end(),
+                       [](mint a, mint b) { return values[size_t(a)] < values[size_t(b)]; }));
+  ParallelThreadsEnvironment_delete();
+  return true;
+}
+
 bool start_hooks() {
   nomem_calls = 0;
   ParallelThreads_addStartHook([](ParallelThread) {});
@@ -546,6 +559,7 @@ constexpr Use kUses[] = {
     {"DrawsOfAThread", draws_of_a_thread},
     {"Variates", variates},
     {"SortedArrays", sorted_arrays},
+    {"DividedSorts", divided_sorts},
 };
 
 // ---- The trial of one failure, in a process of its own.

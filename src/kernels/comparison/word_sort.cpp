@@ -263,12 +263,14 @@ void merge_part(void* data, ParallelThread thread) {
 }
 
 uint64_t* sort_shared(SharedSort sort) {
-  if (ParallelThreads_For(&sort, nullptr, sort_part, 0, sort.parts, 1, nullptr) != 0) return nullptr;
-  for (sort.width = 1; sort.width < sort.parts; sort.width *= 2) {
-    if (ParallelThreads_For(&sort, nullptr, merge_part, 0, sort.parts, 1, nullptr) != 0) return nullptr;
-    std::swap(sort.words, sort.spare);
+  int32_t status = ParallelThreads_For(&sort, nullptr, sort_part, 0, sort.parts, 1, nullptr);
+  for (sort.width = 1; status == 0 && sort.width < sort.parts; sort.width *= 2) {
+    status = ParallelThreads_For(&sort, nullptr, merge_part, 0, sort.parts, 1, nullptr);
+    if (status == 0) std::swap(sort.words, sort.spare);
   }
-  return sort.words;
+  if (status == 0) return sort.words;
+  if (status == ZENTHAR_ERROR_ABORT) return nullptr;
+  return sort_words_serially(sort.words, sort.spare, sort.n, sort.positions);  // no memory for a pool
 }
 
 }  // namespace
