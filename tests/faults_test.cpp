@@ -675,4 +675,17 @@ TEST(FirstRequestDeathTest, StopsTheProcessWithoutMemory) {
   }
 }
 
+// A large block that cannot grow in the memory that is left gets that of the blocks that the thread keeps.
+TEST(KeptBlocksDeathTest, GiveWayToOneThatGrows) {
+  const auto run = [] {
+    void* growing = zalloc(300000, 0, 1);
+    zfree(zalloc(100000, 0, 1));
+    failing_requests::start(1, failing_requests::Which::kOne);  // 0 is zrealloc itself
+    growing = zrealloc(growing, 900000, 0, 1);
+    CHECK(failing_requests::stop() && growing && MemoryInUse() > 900000);
+    _exit(wrong);
+  };
+  EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
+}
+
 }  // namespace

@@ -3,12 +3,14 @@
 #include "zenthar/memory.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <random>
 #include <thread>
@@ -389,6 +391,34 @@ TEST(MemoryFailure, ModeTwoReportsTheSizeAboveTheLimit) {
   });
   MC_set_interrupt_fun(nullptr);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+size_t take_all(size_t size) {
+  static std::vector<void*> blocks(1 << 18);
+  size_t taken = 0;
+  while (void* p = zalloc(size, 0, 1)) blocks[taken++] = p;
+  for (size_t i = 0; i < taken; ++i) zfree(blocks[i]);
+  return taken * size;
+}
+
+// With an address space that does not grow any more, a thread's requests use up what it has kept: large
+// blocks for small ones, and the slabs of one class for another.
+TEST(MemoryFailureDeathTest, WhatIsKeptIsGivenUpForRequests) {
+  const auto run = [] {
+    constexpr size_t kKept = size_t{64} << 20;
+    take_all(size_t{1} << 45);
+    zfree(zalloc(kKept, 0, 0));
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlimit limit = {pages * 4096 + (8 << 20), pages * 4096 + (8 << 20)};
+    setrlimit(RLIMIT_AS, &limit);
+    const size_t small = take_all(1000), other = take_all(500), medium = take_all(3000);
+    const size_t least = kKept / 5 * 4;
+    exit(small > least && other > least && medium > least ? 7 : 8);
+  };
+  EXPECT_EXIT(run(), testing::ExitedWithCode(7), "");
+}
+#endif
 
 TEST(MemoryFailureDeathTest, ModeZeroEndsTheProcessWithTheMessage) {
   EXPECT_EXIT(

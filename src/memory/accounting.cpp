@@ -179,10 +179,7 @@ void CompactifyMemory(void) {
   for (ThreadAllocator* a = list->head; a; a = a->next) {
     if (a->orphaned.load(std::memory_order_relaxed)) continue;  // nothing ever waits for an orphan
     if (a == memory::current_allocator) {
-      memory::drain_all(a);
-      for (memory::SizeClass& size_class : a->classes) memory::release_empty_slabs(&size_class);
-      memory::release_pending_large(a);
-      memory::release_kept(a);
+      memory::give_up_spares(a);
       memory::settle(a);
     } else {
       for (memory::SizeClass& size_class : a->classes) memory::set_aside(&size_class);

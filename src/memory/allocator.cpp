@@ -98,6 +98,10 @@ ZENTHAR_NOINLINE void* allocate_slow(size_t size, bool aligned, int32_t failmode
   if (allocator->remote_pending[size_class->index].load(std::memory_order_relaxed))
     drain_when_due(size_class);
   Block* block = take_block(size_class);
+  if (!block) {
+    give_up_spares(allocator);
+    block = take_block(size_class);
+  }
   if (!block) return fail(size, failmode);
   charge(allocator, size_class->block_size);
   void* data = block;

@@ -173,7 +173,10 @@ void* resize_large(ThreadAllocator* allocator, LargeBlock* block, uint64_t charg
   } else {
     const uint64_t room = charge > old_charge && !guard::watching() ? charge / 8 : 0;
     void* moved = std::realloc(block, charge + room);
-    if (!moved && room) moved = std::realloc(block, charge);
+    if (!moved) {
+      release_kept(allocator);
+      moved = std::realloc(block, charge);
+    }
     if (!moved) return nullptr;
     ask_for_huge_pages(moved, charge);
     resized = static_cast<LargeBlock*>(moved);

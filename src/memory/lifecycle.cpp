@@ -194,6 +194,13 @@ void release_this_allocator() {
   release_if_empty(allocator);
 }
 
+void give_up_spares(ThreadAllocator* allocator) {
+  drain_all(allocator);
+  for (SizeClass& size_class : allocator->classes) release_empty_slabs(&size_class);
+  release_pending_large(allocator);
+  release_kept(allocator);
+}
+
 void release_if_empty(ThreadAllocator* allocator) {
   if (allocator->slabs || allocator->large_blocks) return;
   AllocatorList list = allocator_list.load(std::memory_order_relaxed);

@@ -20,6 +20,8 @@ AllocatorList make_list();
 ThreadAllocator* make_allocator();
 inline ThreadAllocator* this_allocator() { return current_allocator ? current_allocator : make_allocator(); }
 
+// Gives up what the calling thread's allocator keeps for requests to come: empty slabs and large blocks.
+void give_up_spares(ThreadAllocator* allocator);
 // Ends the calling thread's allocator: what it still has in use stays valid.
 void release_this_allocator();
 // Unlinks an orphan that has nothing left. The list mutex is held.
