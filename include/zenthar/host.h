@@ -16,7 +16,8 @@
 ZENTHAR_BEGIN_DECLS
 
 /**
- * Says whether the abort that was requested by ::watch applies to a category of work.
+ * Says whether the abort that was requested by ::watch applies to a category of work. Asked in the thread
+ * that checks, by several at once when they do.
  * @param category name of the category, "Compiler" for compiled code
  * @return not 0 when it applies; the default answers 1
  */
