@@ -123,7 +123,7 @@ Shape Sequence::shape() {
   // Beyond 16 dimensions a list is held elsewhere while it moves.
   Shape result(input_.ConsumeBool() ? input_.ConsumeIntegralInRange<size_t>(0, 4)
                                     : input_.ConsumeIntegralInRange<size_t>(0, 40));
-  for (mint& d : result) d = result.size() > 8 && d % 4 ? 1 : dimension();
+  for (size_t i = 0; i < result.size(); ++i) result[i] = result.size() > 8 && i % 8 != 0 ? 1 : dimension();
   return result;
 }
 
@@ -335,8 +335,7 @@ void Sequence::count_elements() {
   const Shape list = shape();
   REQUIRE(NumberOfElementsCommon(mint(list.size()), list.data(), 1) == element_count(list, false));
   REQUIRE(NumberOfElementsCommon(mint(list.size()), list.data(), 0) == element_count(list, true));
-  REQUIRE(NumberOfElementsCommon(-mint(list.size()), list.data(), 2) ==
-          (list.empty() ? element_count(list, 0) : 1));
+  REQUIRE(NumberOfElementsCommon(-mint(list.size()), list.data(), 2) == 1);
 }
 
 void Sequence::load_scalar() {
