@@ -11,6 +11,7 @@
 #include "OS/Unix/thread_end.h"
 #include "random/random.h"
 #include "zenthar/host.h"
+#include "zenthar/memory.h"
 #include "zenthar/parallel.h"
 
 namespace zenthar::random {
