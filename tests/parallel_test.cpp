@@ -22,6 +22,7 @@
 #include <tuple>
 #include <vector>
 
+#include "parallel/placement.h"
 #include "zenthar/memory.h"
 
 extern "C" int omp_get_max_threads();
@@ -610,6 +611,47 @@ TEST_F(Parallel, SettingsFollowTheProcessors) {
   EXPECT_EQ(getProcessorCount(), 1);
   EXPECT_EQ(getParallelThreadNumber(), 1);
   EXPECT_EQ(pipes_closed, closed);
+}
+
+TEST_F(Parallel, AMovedWorkersAffinityIsPutBackUnlessSomebodySetAnother) {
+  const auto affinity_is = [](const cpu_set_t& expected) {
+    cpu_set_t now;
+    return sched_getaffinity(0, sizeof now, &now) == 0 && CPU_EQUAL(&now, &expected);
+  };
+  const auto set_affinity = [](const cpu_set_t& set) {
+    EXPECT_EQ(sched_setaffinity(0, sizeof set, &set), 0);
+  };
+  cpu_set_t all, second;
+  ASSERT_EQ(sched_getaffinity(0, sizeof all, &all), 0);
+  std::vector<int> processors;
+  for (int i = 0; i < CPU_SETSIZE; ++i)
+    if (CPU_ISSET(i, &all)) processors.push_back(i);
+  if (processors.size() < 2) GTEST_SKIP() << "one processor";
+  CPU_ZERO(&second);
+  CPU_SET(processors[1], &second);
+
+  zenthar::parallel::Place place;  // of this thread
+  place.settle_in();
+  ASSERT_TRUE(place.read_affinity());
+  place.move_to(processors[0]);
+  ASSERT_TRUE(place.read_affinity());
+  place.move_to(processors[1]);  // before it has run
+  EXPECT_TRUE(affinity_is(second));
+  place.put_back();
+  EXPECT_TRUE(affinity_is(all));
+
+  place.move_to(processors[0]);
+  set_affinity(second);
+  place.put_back();
+  EXPECT_TRUE(affinity_is(second));
+
+  set_affinity(all);
+  ASSERT_TRUE(place.read_affinity());
+  place.move_to(processors[0]);
+  set_affinity(second);
+  ASSERT_TRUE(place.read_affinity());
+  EXPECT_FALSE(place.allows(processors[0]));
+  set_affinity(all);
 }
 
 TEST_F(Parallel, ASubKernelKeepsItsThreadNumber) {

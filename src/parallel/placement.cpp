@@ -5,6 +5,17 @@
 
 namespace zenthar::parallel {
 
+namespace {
+
+cpu_set_t only(int processor) {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  CPU_SET(processor, &set);
+  return set;
+}
+
+}  // namespace
+
 void Place::settle_in() {
   thread_ = gettid();
   leave_note();
@@ -17,20 +28,26 @@ void Place::leave_note() {
 
 void Place::put_back() {
   if (!moved_) return;
+  if (read_affinity() && moved_) sched_setaffinity(thread_, sizeof affinity_, &affinity_);
   moved_ = false;
-  sched_setaffinity(0, sizeof affinity_, &affinity_);
 }
 
 bool Place::read_affinity() {
-  return moved_ || sched_getaffinity(thread_, sizeof affinity_, &affinity_) == 0;
+  cpu_set_t now;
+  if (sched_getaffinity(thread_, sizeof now, &now) != 0) return false;
+  if (moved_) {
+    const cpu_set_t left = only(processor());
+    if (CPU_EQUAL(&now, &left)) return true;
+  }
+  affinity_ = now;
+  moved_ = false;
+  return true;
 }
 
 void Place::move_to(int target) {
   if (moved_ && processor() == target) return;
-  cpu_set_t only;
-  CPU_ZERO(&only);
-  CPU_SET(target, &only);
-  if (sched_setaffinity(thread_, sizeof only, &only) != 0) return;
+  const cpu_set_t narrowed = only(target);
+  if (sched_setaffinity(thread_, sizeof narrowed, &narrowed) != 0) return;
   moved_ = true;
   // A worker that has not come to run by the next loop keeps its turn there.
   processor_.store(target, std::memory_order_relaxed);

@@ -4,7 +4,8 @@
 // machine it takes a halted processor for one that is not available, so after a rest all workers may end up
 // on the owner's processor and take turns there until the load is balanced, milliseconds later. So the owner
 // gives each worker that it wakes a processor that is not taken yet, its own one last, by narrowing the
-// worker's affinity for the moment of waking; the worker puts its affinity back as soon as it runs.
+// worker's affinity for the moment of waking; the worker puts its affinity back as soon as it runs, unless
+// somebody has set another one meanwhile.
 #ifndef ZENTHAR_PARALLEL_PLACEMENT_H
 #define ZENTHAR_PARALLEL_PLACEMENT_H
 
@@ -26,7 +27,7 @@ class Place {
   int processor() const { return processor_.load(std::memory_order_relaxed); }
 
   // By the owner, while the worker sleeps.
-  bool read_affinity();
+  bool read_affinity();  // the worker's own, not what a move made of it
   bool allows(int processor) const { return CPU_ISSET(processor, &affinity_); }
   void move_to(int target);
 
