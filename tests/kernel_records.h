@@ -214,6 +214,12 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_CSCH:
     case MACHFUNC_SECH:
     case MACHFUNC_COTH:
+    case MACHFUNC_ASINH:
+    case MACHFUNC_ACOSH:
+    case MACHFUNC_ATANH:
+    case MACHFUNC_ACSCH:
+    case MACHFUNC_ASECH:
+    case MACHFUNC_ACOTH:
     case MACHFUNC_LOG_BASE:
     case MACHFUNC_SIN:
     case MACHFUNC_COS:
@@ -225,6 +231,11 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_SINC:
     case MACHFUNC_HAVERSINE:
       return 3;
+    case MACHFUNC_RSQRT:
+    case MACHFUNC_POW:
+      return 2;
+    case MACHFUNC_CBRT:
+      return 4;
     default:
       return 0;
   }

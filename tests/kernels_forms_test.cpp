@@ -74,6 +74,16 @@ const std::vector<mreal> kHardAngles = {0x1.6ac5b262ca1ffp+849,
                                         1e9,
                                         1e22};
 constexpr Interval kAngles = {-1e5, 1e5};
+Reference of_reciprocal(Exact::Real f) {
+  return [f](const std::vector<Exact>& x) { return Exact::apply(f, Exact(1) / x[0]); };
+}
+Exact power(const std::vector<Exact>& x) {
+  return Exact::apply(
+      [](mpc_ptr z, mpc_srcptr a, mpc_srcptr b, mpc_rnd_t) {
+        return mpfr_pow(mpc_realref(z), mpc_realref(a), mpc_realref(b), MPFR_RNDN);
+      },
+      x[0], x[1]);
+}
 
 const std::vector<Row>& rows() {
   static const std::vector<Row> rows = {
@@ -101,6 +111,12 @@ const std::vector<Row>& rows() {
        0.76,
        {{-750, 40}},
        {-0.03, 36.7, -708.4}},
+      {MACHFUNC_ASINH, {kReal}, of(mpfr_asinh), 0.56, {{-9, 9}}, {0x1p-28, 0x1p-27, 0x1p30, 0x1p1023}},
+      {MACHFUNC_ACOSH, {kReal}, of(mpfr_acosh), 0.52, {{1, 3}}, {0x1.0000000000001p+0, 0x1p30, 0x1p1023}},
+      {MACHFUNC_ATANH, {kReal}, of(mpfr_atanh), 0.6, {{-1, 1}}, {0x1.fffffffffffffp-1, 0x1p-28}},
+      {MACHFUNC_ACSCH, {kReal}, of_reciprocal(mpfr_asinh), 0.53, {{-9, 9}}, {0x1p28, 0x1p-1022, 0x1p-1074}},
+      {MACHFUNC_ASECH, {kReal}, of_reciprocal(mpfr_acosh), 0.53, {{0, 1}}, {0x1.fffffffffffffp-1, 0x1p-1074}},
+      {MACHFUNC_ACOTH, {kReal}, of_reciprocal(mpfr_atanh), 0.52, {{1, 9}}, {0x1.0000000000001p+0, 0x1p28}},
       {MACHFUNC_LOG, {kReal}, of(mpfr_log), 0.56, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
       {MACHFUNC_LOG2, {kReal}, of(mpfr_log2), 0.57, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
       {MACHFUNC_LOG10, {kReal}, of(mpfr_log10), 0.56, {{0, 1000}}, {1000, 1e22, 0x1.0000000000001p+0}},
@@ -134,6 +150,9 @@ const std::vector<Row>& rows() {
        0.98,
        {kAngles},
        kHardAngles},
+      {MACHFUNC_POW, {kReal, kReal}, power, 0.52, {{0, 20}, {-200, 200}}, {-3, -2, 0x1.fffffffffffffp-1}},
+      {MACHFUNC_CBRT, {kReal}, of(mpfr_cbrt), 0.51, {{-30, 30}}, {0x1p-1074, 0x1.fffffffffffffp+2}},
+      {MACHFUNC_RSQRT, {kReal}, of(mpfr_rec_sqrt), 0.52, {{0, 9}}, {0x1p-1074, 0x1.fffffffffffffp-1}},
   };
   return rows;
 }

@@ -25,10 +25,12 @@ ZENTHAR_KERNEL ExpParts exp_parts(Real x, Low low = {}) {
   // x = n log(2)/16 + r
   const Nearest n = nearest(x * kExpScale);
   const Real first = fused(n.value, -kExpStepHigh, x);  // exact
-  const Real r = fused(n.value, -kExpStepLow, first);
-  Real r_low = fused(n.value, -kExpStepLow, first - r);
-  if constexpr (!std::is_same_v<Low, NoLow>) r_low += low;
-  const Double excess = fast_sum(r, fused(r * r, estrin(r, kExpTerms), r_low));  // exp(r) - 1
+  Double r;
+  r.high = fused(n.value, -kExpStepLow, first);
+  r.low = fused(n.value, -kExpStepLow, first - r.high);
+  if constexpr (!std::is_same_v<Low, NoLow>) r = fast_sum(r.high, r.low + low);
+  const Real tail = fused(r.high * r.high, estrin(r.high, kExpTerms), r.low);
+  const Double excess = fast_sum(r.high, tail);  // exp(r) - 1
   const Bits index = n.integer & 15;
   const Real t = look_up(kExp2High, index), t_low = look_up(kExp2Low, index);
   const Double p = product(t, excess.high);

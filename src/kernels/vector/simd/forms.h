@@ -35,6 +35,19 @@ template <>
 inline constexpr bool kHasVectorForm<Coth, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<Logistic, mreal> = true;
+// inverse_hyperbolic.cpp
+template <>
+inline constexpr bool kHasVectorForm<Asinh, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Acosh, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Atanh, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Acsch, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Asech, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Acoth, mreal> = true;
 // logarithm.cpp
 template <>
 inline constexpr bool kHasVectorForm<Log, mreal> = true;
@@ -63,6 +76,13 @@ template <>
 inline constexpr bool kHasVectorForm<Sinc, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<Haversine, mreal> = true;
+// power.cpp
+template <>
+inline constexpr bool kHasVectorForm<Pow, mreal, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Cbrt, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<RSqrt, mreal> = true;
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET

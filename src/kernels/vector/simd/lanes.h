@@ -232,7 +232,7 @@ ZENTHAR_KERNEL Real look_up(const mreal (&table)[n], Bits index) {
 #if defined(__AVX512F__)
   const auto at = BitsRegister(index);
   if constexpr (n == 8) {
-    return _mm512_permutexvar_pd(at, _mm512_loadu_pd(table));
+    return _mm512_maskz_permutexvar_pd(kAllLanes, at, _mm512_loadu_pd(table));
   } else if constexpr (n == 16) {
     return _mm512_permutex2var_pd(_mm512_loadu_pd(table), at, _mm512_loadu_pd(table + 8));
   } else if constexpr (n == 32) {
