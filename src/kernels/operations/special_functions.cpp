@@ -175,7 +175,8 @@ mcomplex complex_logistic(mcomplex z) {
 
 mreal real_asec(mreal x) {
   if (!(__builtin_fabs(x) >= 1.0 && __builtin_fabs(x) < 2.0)) return __builtin_acos(1.0 / x);
-  const long double tangent = __builtin_sqrtl((x - 1.0L) * (x + 1.0L));
+  // The product is -0 for -1, which would turn the angle's sign.
+  const long double tangent = __builtin_sqrtl(__builtin_fabsl((x - 1.0L) * (x + 1.0L)));
   return mreal(__builtin_atan2l(tangent, x < 0 ? -1.0L : 1.0L));
 }
 
