@@ -46,6 +46,12 @@ class Exact {
     f(mpc_realref(result.z_), a.re(), MPFR_RNDN);
     return result;
   }
+  using BinaryReal = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
+  static Exact apply(BinaryReal f, const Exact& a, const Exact& b) {
+    Exact result(0.0);
+    f(mpc_realref(result.z_), a.re(), b.re(), MPFR_RNDN);
+    return result;
+  }
   friend Exact operator+(const Exact& a, const Exact& b) { return apply(mpc_add, a, b); }
   friend Exact operator-(const Exact& a, const Exact& b) { return apply(mpc_sub, a, b); }
   friend Exact operator*(const Exact& a, const Exact& b) { return apply(mpc_mul, a, b); }

@@ -224,12 +224,20 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_SIN:
     case MACHFUNC_COS:
     case MACHFUNC_TAN:
+    case MACHFUNC_ASIN:
+    case MACHFUNC_ACOS:
+    case MACHFUNC_ATAN:
+    case MACHFUNC_ATAN2:
+    case MACHFUNC_ACSC:
+    case MACHFUNC_ASEC:
+    case MACHFUNC_ACOT:
       return 2;
     case MACHFUNC_CSC:
     case MACHFUNC_SEC:
     case MACHFUNC_COT:
     case MACHFUNC_SINC:
     case MACHFUNC_HAVERSINE:
+    case MACHFUNC_INVERSEHAVERSINE:
       return 3;
     case MACHFUNC_RSQRT:
     case MACHFUNC_POW:

@@ -85,6 +85,31 @@ Exact power(const std::vector<Exact>& x) {
       x[0], x[1]);
 }
 
+// About the ends of ranges that have formulas of their own, and of the domains.
+const std::vector<mreal> kHardArcs = {0.5,
+                                      -0x1.0000000000001p-1,
+                                      1.0,
+                                      -0x1.fffffffffffffp-1,
+                                      0x1.0000000000001p0,
+                                      0.25,
+                                      0.75,
+                                      -2.0,
+                                      0x1.fffffffffffffp0,
+                                      -8.0,
+                                      0x1.fffffffffffffp2,
+                                      0.125,
+                                      0x1p-27,
+                                      -0x1p-500,
+                                      1e60,
+                                      0x1.fffffffffffffp-4,
+                                      1.5,
+                                      -0x1p960,
+                                      0x1p-1060};
+
+Reference of_inverse(Exact::Real f) {
+  return [f](const std::vector<Exact>& x) { return Exact::apply(f, Exact::apply(mpfr_div, 1.0, x[0])); };
+}
+
 const std::vector<Row>& rows() {
   static const std::vector<Row> rows = {
       {MACHFUNC_EXP,
@@ -153,6 +178,24 @@ const std::vector<Row>& rows() {
       {MACHFUNC_POW, {kReal, kReal}, power, 0.52, {{0, 20}, {-200, 200}}, {-3, -2, 0x1.fffffffffffffp-1}},
       {MACHFUNC_CBRT, {kReal}, of(mpfr_cbrt), 0.51, {{-30, 30}}, {0x1p-1074, 0x1.fffffffffffffp+2}},
       {MACHFUNC_RSQRT, {kReal}, of(mpfr_rec_sqrt), 0.52, {{0, 9}}, {0x1p-1074, 0x1.fffffffffffffp-1}},
+      {MACHFUNC_ASIN, {kReal}, of(mpfr_asin), 0.7, {{-1, 1}}, kHardArcs},
+      {MACHFUNC_ACOS, {kReal}, of(mpfr_acos), 0.7, {{-1, 1}}, kHardArcs},
+      {MACHFUNC_ATAN, {kReal}, of(mpfr_atan), 0.85, {{-20, 20}}, kHardArcs},
+      {MACHFUNC_ACSC, {kReal}, of_inverse(mpfr_asin), 0.8, {{-4, 4}}, kHardArcs},
+      {MACHFUNC_ASEC, {kReal}, of_inverse(mpfr_acos), 0.75, {{-4, 4}}, kHardArcs},
+      {MACHFUNC_ACOT, {kReal}, of_inverse(mpfr_atan), 0.87, {{-20, 20}}, kHardArcs},
+      {MACHFUNC_INVERSEHAVERSINE,
+       {kReal},
+       [](const auto& x) { return Exact(2.0) * of(mpfr_asin)({of(mpfr_sqrt)(x)}); },
+       0.85,
+       {{0, 1}},
+       kHardArcs},
+      {MACHFUNC_ATAN2,
+       {kReal, kReal},
+       [](const auto& v) { return Exact::apply(mpfr_atan2, v[0], v[1]); },
+       0.8,
+       {{-2, 2}, {-2, 2}},
+       kHardArcs},
   };
   return rows;
 }

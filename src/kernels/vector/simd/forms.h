@@ -83,6 +83,23 @@ template <>
 inline constexpr bool kHasVectorForm<Cbrt, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<RSqrt, mreal> = true;
+// inverse_trigonometric.cpp
+template <>
+inline constexpr bool kHasVectorForm<Asin, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Acos, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Atan, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Atan2, mreal, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Acsc, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Asec, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Acot, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<InverseHaversine, mreal> = true;
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET

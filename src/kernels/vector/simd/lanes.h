@@ -3,6 +3,8 @@
 #ifndef ZENTHAR_KERNELS_VECTOR_SIMD_LANES_H
 #define ZENTHAR_KERNELS_VECTOR_SIMD_LANES_H
 
+// Where GCC 12 would warn of the undefined register in its own intrinsics, their forms with a mask of all
+// lanes stand for them.
 #include <immintrin.h>
 
 #include "kernels/operations/operation.h"
@@ -161,6 +163,17 @@ ZENTHAR_KERNEL Real rough_reciprocal(Real x) {
   return 1.0 / x;
 #endif
 }
+// a/b with at least 12 right bits, likewise.
+ZENTHAR_KERNEL Real rough_quotient(Real a, Real b) {
+#ifdef __AVX512F__
+  return a * _mm512_maskz_rcp14_pd(0xff, b);
+#else
+  return a / b;
+#endif
+}
+
+// 1/sqrt(x) within 3.5 % of it, and a finite number where that is infinite.
+ZENTHAR_KERNEL Real rough_inverse_root(Real x) { return real(0x5fe6eb50c7b537a9 - (bits(x) >> 1)); }
 
 ZENTHAR_KERNEL Real square_root(Real x) {
 #if defined(__AVX512F__)
@@ -347,6 +360,15 @@ ZENTHAR_KERNEL Double product(Real a, Real b) {
     return {p, ((ah * bh - p) + ah * bl + al * bh) + al * bl};
   }
 }
+// a - q b, rounded once, for a product near a.
+ZENTHAR_KERNEL Real remainder(Real a, Real q, Real b) {
+  if constexpr (kFused) {
+    return fused_from(q, b, a);
+  } else {
+    const Double back = product(q, b);
+    return (a - back.high) - back.low;
+  }
+}
 // These lose some units of the last place of the low part.
 ZENTHAR_KERNEL Double operator+(Double a, Double b) {
   const Double s = sum(a.high, b.high);
@@ -375,25 +397,11 @@ ZENTHAR_KERNEL Double quotient(Double a, Double b) {
 // a/b and 1/b rounded to a real.
 ZENTHAR_KERNEL Real divided(Double a, Double b) {
   const Real r = rough_reciprocal(b.high), q = a.high * r;
-  Real rest;
-  if constexpr (kFused) {
-    rest = fused_from(q, b.high, a.high);
-  } else {
-    const Double back = product(q, b.high);
-    rest = (a.high - back.high) - back.low;
-  }
-  return fused(rest + fused_from(q, b.low, a.low), r, q);
+  return fused(remainder(a.high, q, b.high) + fused_from(q, b.low, a.low), r, q);
 }
 ZENTHAR_KERNEL Real reciprocal(Double b) {
   const Real r = rough_reciprocal(b.high);
-  Real rest;
-  if constexpr (kFused) {
-    rest = fused_from(r, b.high, broadcast(1.0));
-  } else {
-    const Double back = product(r, b.high);
-    rest = (1.0 - back.high) - back.low;
-  }
-  return fused(fused_from(r, b.low, rest), r, r);
+  return fused(fused_from(r, b.low, remainder(broadcast(1.0), r, b.high)), r, r);
 }
 ZENTHAR_KERNEL Double select(Mask where, Double a, Double b) {
   return {select(where, a.high, b.high), select(where, a.low, b.low)};
