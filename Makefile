@@ -25,7 +25,7 @@ help:
 	  'make docs     write the reference to build/docs/html' \
 	  'make install  install under PREFIX=$(PREFIX) (DESTDIR is honoured)' \
 	  'make package  make Debian packages in dist/' \
-  'make format   format the sources with clang-format' \
+	  'make format   format the sources with clang-format' \
 	  'make clean    remove build/' \
 	  'JOBS=$(JOBS) processes build at once; CMAKE_FLAGS adds settings for CMake.'
 
@@ -87,9 +87,9 @@ package:
 	$(say) 'Building'
 	@cmake --build --preset package -j $(JOBS)
 	$(say) 'Packing into dist/'
-	@rm -rf build/package/*.*deb dist
+	@rm -f build/package/*.*deb dist/*.deb
 	@cd build/package && cpack >cpack.log 2>&1 || { cat cpack.log >&2; exit 1; }
-	@mkdir dist && for file in build/package/*.*deb; do mv "$$file" "dist/$$(basename "$${file%.*}").deb"; done
+	@mkdir -p dist && for file in build/package/*.*deb; do mv "$$file" "dist/$$(basename "$${file%.*}").deb"; done
 	@ls dist/*.deb
 
 format:
