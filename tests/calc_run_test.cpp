@@ -327,6 +327,10 @@ TEST(Zcalc, MistakesAreToldWithTheirPlace) {
        "zcalc: --generator takes ExtendedCA, MersenneTwister or ParallelGenerator, not \"MKL\"\n"
        "Try 'zcalc --help'.\n"},
       {{"1", "--seed", "x"}, 2, nullptr},
+      {{"1", "--compile=rows"}, 2, nullptr},
+      {{"range(3)*2", "--compile", "--compiler", "/nowhere/cc"},
+       1,
+       "zcalc: cannot run the C compiler \"/nowhere/cc\": No such file or directory\n"},
       {{}, 2, "zcalc: no expression is given\nTry 'zcalc --help'.\n"},
       {{"1", "2"},
        2,
@@ -391,6 +395,19 @@ TEST(Zcalc, ControlCStopsInEveryStyle) {
     EXPECT_TRUE(contains(outcome.err, " of 100,000,000 rows done")) << outcome.err;
     EXPECT_EQ(outcome.out, "");
   }
+}
+
+TEST(Zcalc, CompiledCodeIsShownRunsAndStops) {
+  const Outcome outcome = run({"x = range(5)/2; x^2 - 1", "--compile", "--show-code", "--time", "--csv"});
+  EXPECT_EQ(outcome.out, "x^2 - 1\n-0.75\n0\n1.25\n3\n5.25\n");
+  EXPECT_TRUE(contains(outcome.err, "int32_t zcalc_run(MTensor result")) << outcome.err;
+  EXPECT_TRUE(contains(outcome.err, "compiling ")) << outcome.err;
+  Process process({endless_expression(), "--compile", "--progress", "--rows", "0"});
+  process.wait_for("computing");
+  process.interrupt();
+  const Outcome stopped = process.finish();
+  EXPECT_EQ(stopped.status, 130);
+  EXPECT_TRUE(contains(stopped.err, "zcalc: abort (error 34): interrupted, ")) << stopped.err;
 }
 
 TEST(Zcalc, ControlCStopsWaitingForInput) {

@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <set>
+#include <utility>
 
 #include "host.h"
 #include "progress.h"
@@ -66,8 +68,8 @@ size_t InputFile::read(char* buffer, size_t size) {
 
 }  // namespace
 
-Calculation::Calculation(std::string_view expression, bool progress)
-    : text_(expression), progress_(progress), statements_(parse(expression)) {}
+Calculation::Calculation(std::string_view expression, bool progress, CompileOptions compile)
+    : text_(expression), progress_(progress), compile_(std::move(compile)), statements_(parse(expression)) {}
 
 /// The names that stand for no earlier statement's result.
 std::vector<const Node*> Calculation::free_names() const {
@@ -132,6 +134,14 @@ Value Calculation::find(const std::string& name) const {
 std::vector<Result> Calculation::run() {
   EvaluateOptions options;
   options.progress = progress_;
+  if (compile_.form) {
+    options.compile = [this](const Program& program) {
+      const auto start = std::chrono::steady_clock::now();
+      Runner runner = compile_program(program, compile_);
+      compiling_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+      return runner;
+    };
+  }
   options.row_label = [this](mint row) {
     return data_.labels.empty()
                ? std::string()

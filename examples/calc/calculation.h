@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "compiled.h"
 #include "csv.h"
 #include "evaluate.h"
 #include "program.h"
@@ -22,7 +23,7 @@ struct Result {
 
 class Calculation {
  public:
-  Calculation(std::string_view expression, bool progress);
+  Calculation(std::string_view expression, bool progress, CompileOptions compile = {});
 
   /// Reads the columns that the expression refers to. "-" is standard input, an empty name no file.
   void read_data(const std::string& file);
@@ -31,6 +32,8 @@ class Calculation {
   std::vector<Result> run();
 
   const Columns& data() const { return data_; }
+  /// Seconds of run() that went into compiling.
+  double compiling() const { return compiling_; }
 
  private:
   std::vector<const Node*> free_names() const;
@@ -40,6 +43,8 @@ class Calculation {
 
   std::string_view text_;
   bool progress_;
+  CompileOptions compile_;
+  double compiling_ = 0;
   std::vector<Statement> statements_;
   Columns data_;
   std::vector<std::string> header_;

@@ -190,8 +190,20 @@ std::string progress_text(mint done, mint rows) {
     }
     throw Failure(message() + where + ": " + machine.failed_call(), machine.failed_step().place);
   }
-  throw Failure(message() + " in rows " + grouped(start + 1) + " to " + grouped(start + count),
-                machine.failed_step().place);
+  throw Failure(message() + " in rows " + grouped(start + 1) + " to " + grouped(start + count));
+}
+
+/// Returns the first row that compiled code has left: with an error it ends, and the evaluator looks again.
+mint run_compiled(const Runner& runner, MTensor result, mint rows, Progress& progress) {
+  constexpr mint kRows = 8 * kChunkRows;  // its registers need no care
+  mint start = 0;
+  while (runner && start < rows) {
+    const mint count = std::min(kRows, rows - start);
+    if (runner(result, start, count) != 0) break;
+    start += count;
+    progress.update(start);
+  }
+  return start;
 }
 
 }  // namespace
@@ -201,7 +213,9 @@ Value evaluate(const Program& program, const EvaluateOptions& options) {
   Array result = Array::allocate(program.result.type, program.rows, program.result.scalar ? 0 : 1);
   Machine machine(program, result.get());
   Progress progress(options.progress, "computing", "rows", program.rows);
-  for (mint start = 0; start < program.rows; start += kChunkRows) {
+  mint start =
+      options.compile ? run_compiled(options.compile(program), result.get(), program.rows, progress) : 0;
+  for (; start < program.rows; start += kChunkRows) {
     const mint count = std::min(kChunkRows, program.rows - start);
     const Outcome outcome = machine.run(start, count);
     if (outcome.code != 0) {

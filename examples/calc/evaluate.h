@@ -13,8 +13,14 @@ namespace zcalc {
 /// worth dividing among threads.
 inline constexpr mint kChunkRows = 131072;
 
+/// Compiled code: computes rows of a program's result in place of the evaluator, and gives 0 or an error
+/// code.
+using Runner = std::function<int32_t(MTensor result, mint start, mint count)>;
+
 struct EvaluateOptions {
   bool progress = false;
+  /// Where there is one, compiles programs; those without a runner are interpreted.
+  std::function<Runner(const Program&)> compile;
   /// What to call a row, counted from 0, of a program whose rows are those of the data file: " (Earth)".
   std::function<std::string(mint row)> row_label;
 };

@@ -47,7 +47,7 @@ void report_memory() {
 
 void calculate(const Options& options) {
   Stopwatch stopwatch;
-  Calculation calculation(options.expression, options.progress);
+  Calculation calculation(options.expression, options.progress, options.compile);
   calculation.read_data(options.data);
   const double reading = stopwatch.lap();
   const std::vector<Result> results = calculation.run();
@@ -59,8 +59,10 @@ void calculate(const Options& options) {
   }
   finish_output();
   if (options.time) {
-    std::fprintf(stderr, "time: reading %.3f s, computing %.3f s, printing %.3f s\n", reading, computing,
-                 stopwatch.lap());
+    const double printing = stopwatch.lap(), compiling = calculation.compiling();
+    std::fprintf(stderr, "time: reading %.3f s, ", reading);
+    if (options.compile.form) std::fprintf(stderr, "compiling %.3f s, ", compiling);
+    std::fprintf(stderr, "computing %.3f s, printing %.3f s\n", computing - compiling, printing);
   }
   if (options.memory) report_memory();
 }

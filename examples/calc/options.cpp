@@ -32,6 +32,12 @@ ErrorStyle style_option(const std::string& text) {
   throw usage_failure("--style takes flag, jump or exception, not " + quoted(text));
 }
 
+CodeForm form_option(const std::string& text) {
+  if (text.empty() || text == "blocks") return CodeForm::kBlocks;
+  if (text == "elements") return CodeForm::kElements;
+  throw usage_failure("--compile takes blocks or elements, not " + quoted(text));
+}
+
 enum LongOnly {
   kCsv = 256,
   kTime,
@@ -43,6 +49,9 @@ enum LongOnly {
   kStyle,
   kSeed,
   kGenerator,
+  kCompile,
+  kCompiler,
+  kShowCode,
   kFunctions,
   kVersion
 };
@@ -58,6 +67,9 @@ constexpr option kOptions[] = {{"data", required_argument, nullptr, 'd'},
                                {"style", required_argument, nullptr, kStyle},
                                {"seed", required_argument, nullptr, kSeed},
                                {"generator", required_argument, nullptr, kGenerator},
+                               {"compile", optional_argument, nullptr, kCompile},
+                               {"compiler", required_argument, nullptr, kCompiler},
+                               {"show-code", no_argument, nullptr, kShowCode},
                                {"progress", no_argument, nullptr, kProgress},
                                {"functions", no_argument, nullptr, kFunctions},
                                {"version", no_argument, nullptr, kVersion},
@@ -99,6 +111,15 @@ void apply(Options& options, int option, const std::string& argument) {
       break;
     case kGenerator:
       options.generator = argument;
+      break;
+    case kCompile:
+      options.compile.form = form_option(argument);
+      break;
+    case kCompiler:
+      options.compile.compiler = argument;
+      break;
+    case kShowCode:
+      options.compile.show = true;
       break;
     case kProgress:
       options.progress = true;
@@ -178,6 +199,9 @@ Computes an expression for every row of a data file, or of a range of numbers.
       --style STYLE  let errors travel by flag (default), jump or exception
       --seed N       seed random numbers: the same seed gives the same numbers
       --generator NAME  draw them by ExtendedCA (default), MersenneTwister or ParallelGenerator
+      --compile      compute by generated C, made by the C compiler; --compile=elements by scalar functions
+      --compiler CC  the C compiler (cc)
+      --show-code    show what is compiled, on standard error
       --progress     show the progress of long work, also when standard error is no terminal
       --functions    list the functions
   -h, --help         show this text

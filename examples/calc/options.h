@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "compiled.h"
 #include "host.h"
 
 namespace zcalc {
@@ -25,6 +26,7 @@ struct Options {
   ErrorStyle style = kFlagStyle;
   std::optional<int64_t> seed;  ///< of random numbers; the operating system's without one
   std::string generator;        ///< their method, empty for the default
+  CompileOptions compile;
 };
 
 /// Throws a Failure with status kUsage.

@@ -63,7 +63,7 @@ static void report(const struct Work* work) {
   }
   const double error = 4 * sqrt(squares / (kBlocks - 1) / kBlocks);
   printf("pi = %.8f, standard error %.8f, from %lld points; off by %+.2f standard errors\n", 4 * share, error,
-         (long long)(kBlocks * work->points), (4 * share - kPi) / error);
+         (long long)work->points * kBlocks, (4 * share - kPi) / error);
 }
 
 static int usage(void) {
