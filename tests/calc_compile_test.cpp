@@ -176,6 +176,7 @@ TEST_F(CompileTest, RandomExpressionsEndAsInterpreted) {
 
 TEST_F(CompileTest, ErrorsAreThoseOfTheFirstRowInEveryStyle) {
   const char* const cases[] = {
+      "n*2^48",                                                 // the product is 2^63 at first
       "(n - 20000)*2^49 + 1/(n - 30000)",                       // written out, and the later row fails first
       "log(20000 - n)*r + log(2, n + 5 - 10000*(n == 25000))",  // from arguments: a domain
       "sqrt(r + 4.1)*(exp(n*0.03) + 2)",                        // a call overflows
