@@ -36,6 +36,15 @@ struct CosForm {
   static mreal rare(mreal x) { return wide_cos(x); }
 };
 
+// Two numbers with the tangent as their quotient, which shorter polynomials give than sine and cosine have.
+struct Quotient {
+  Double above, below;
+};
+ZENTHAR_KERNEL Quotient tangent(Double rest) {
+  const Wave w = wave(rest);
+  return {fast_sum(sine(w, kTanAboveTerms)), fast_sum(cosine(w, kTanBelowTerms))};
+}
+
 // In odd quadrants tangents are negative cotangents of the rest and the other way round.
 
 struct TanForm {
@@ -43,8 +52,7 @@ struct TanForm {
     const Real size = magnitude(x);
     rare = too_large(size);
     const Angle angle = reduce(size);
-    const Wave w = wave(angle.rest);
-    const Double s = fast_sum(sine(w)), c = fast_sum(cosine(w));
+    const auto [s, c] = tangent(angle.rest);
     const Mask turned = bit<0>(angle.quadrant);
     const Real y = divided(select(turned, c, s), select(turned, s, c));
     return flip_sign(y, odd(angle.quadrant) ^ sign_of(x));
@@ -57,8 +65,7 @@ struct CotForm {
     const Real size = magnitude(x);
     rare = too_large(size) | too_small(size);
     const Angle angle = reduce(x);
-    const Wave w = wave(angle.rest);
-    const Double s = fast_sum(sine(w)), c = fast_sum(cosine(w));
+    const auto [s, c] = tangent(angle.rest);
     const Mask turned = bit<0>(angle.quadrant);
     const Real y = divided(select(turned, s, c), select(turned, c, s));
     return flip_sign(y, odd(angle.quadrant));

@@ -64,12 +64,15 @@ ZENTHAR_KERNEL Wave wave(Double rest) {
   return {rest, rest.high * rest.high, complement};
 }
 
-ZENTHAR_KERNEL Double sine(const Wave& w) {
-  const Real terms = w.square * estrin(w.square, kSinTerms);
+// With other coefficients functions of the same form.
+template <int n = 6>
+ZENTHAR_KERNEL Double sine(const Wave& w, const mreal (&coefficients)[n] = kSinTerms) {
+  const Real terms = w.square * estrin(w.square, coefficients);
   return {w.rest.high, fused(w.rest.high, terms, w.rest.low * w.complement.high)};
 }
-ZENTHAR_KERNEL Double cosine(const Wave& w) {
-  const Real terms = w.square * estrin(w.square, kCosTerms);
+template <int n = 6>
+ZENTHAR_KERNEL Double cosine(const Wave& w, const mreal (&coefficients)[n] = kCosTerms) {
+  const Real terms = w.square * estrin(w.square, coefficients);
   return {w.complement.high, fused(w.square, terms, fused_from(w.rest.high, w.rest.low, w.complement.low))};
 }
 
