@@ -243,6 +243,8 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_POW:
       return 2;
     case MACHFUNC_CBRT:
+    case MACHFUNC_GUDERMANNIAN:
+    case MACHFUNC_INVERSEGUDERMANNIAN:
       return 4;
     default:
       return 0;

@@ -68,6 +68,7 @@ mreal wide_sec(mreal x);
 mreal wide_cot(mreal x);
 mreal wide_sinc(mreal x);
 mreal wide_haversine(mreal x);
+mreal wide_inversegudermannian(mreal x);
 
 }  // namespace zenthar
 

@@ -225,4 +225,8 @@ mreal wide_haversine(mreal x) {
   return mreal(sine * sine);
 }
 
+mreal wide_inversegudermannian(mreal x) {
+  return __builtin_cosl(x) >= 0.0L ? mreal(__builtin_asinhl(__builtin_tanl(x))) : __builtin_nan("");
+}
+
 }  // namespace zenthar

@@ -100,6 +100,11 @@ template <>
 inline constexpr bool kHasVectorForm<Acot, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<InverseHaversine, mreal> = true;
+// gudermannian.cpp
+template <>
+inline constexpr bool kHasVectorForm<Gudermannian, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<InverseGudermannian, mreal> = true;
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET

@@ -389,10 +389,9 @@ ZENTHAR_KERNEL Double operator*(Double a, Real b) {
 ZENTHAR_KERNEL Double operator-(Double a) { return {-a.high, -a.low}; }
 // a / b
 ZENTHAR_KERNEL Double quotient(Double a, Double b) {
-  const Real q = a.high / b.high;
-  const Double back = product(q, b.high);
-  const Real rest = ((a.high - back.high) - back.low) + fused(-q, b.low, a.low);
-  return fast_sum(q, rest / b.high);
+  const Real r = rough_reciprocal(b.high), rough = a.high * r;
+  const Real q = fused(remainder(a.high, rough, b.high), r, rough);
+  return fast_sum(q, (remainder(a.high, q, b.high) + fused_from(q, b.low, a.low)) * r);
 }
 // a/b and 1/b rounded to a real.
 ZENTHAR_KERNEL Real divided(Double a, Double b) {
