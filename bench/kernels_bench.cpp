@@ -5,9 +5,11 @@
 // stay in the caches of a core, 4 million come from memory.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "kernels/vector/targets.h"
@@ -19,12 +21,63 @@ constexpr const char* kTargetNames[zenthar::kTargets] = {"baseline", "avx2", "av
 constexpr mint kShort = 8192, kLong = mint(1) << 22;
 
 template <class T>
+struct Type;
+template <>
+struct Type<int8_t> {
+  static constexpr int32_t kId = 1;
+  static constexpr const char* kName = "integer8";
+};
+template <>
+struct Type<uint8_t> {
+  static constexpr int32_t kId = 2;
+  static constexpr const char* kName = "unsigned8";
+};
+template <>
+struct Type<int16_t> {
+  static constexpr int32_t kId = 3;
+  static constexpr const char* kName = "integer16";
+};
+template <>
+struct Type<uint16_t> {
+  static constexpr int32_t kId = 4;
+  static constexpr const char* kName = "unsigned16";
+};
+template <>
+struct Type<int32_t> {
+  static constexpr int32_t kId = 5;
+  static constexpr const char* kName = "integer32";
+};
+template <>
+struct Type<mint> {
+  static constexpr int32_t kId = 7;
+  static constexpr const char* kName = "integer";
+};
+template <>
+struct Type<float> {
+  static constexpr int32_t kId = 9;
+  static constexpr const char* kName = "real32";
+};
+template <>
+struct Type<mreal> {
+  static constexpr int32_t kId = 10;
+  static constexpr const char* kName = "real";
+};
+
+// Elements of both signs where there are, never 0, whose products and differences (from the first run) fit.
+template <class T>
 std::vector<T> operand(mint n, int seed) {
+  constexpr int kBits = std::min(19, int(4 * sizeof(T)) - 1);
   std::vector<T> run(static_cast<size_t>(n));
   uint64_t state = uint64_t(seed) * 0x9E3779B97F4A7C15u;
   for (T& x : run) {
     state = state * 6364136223846793005u + 1442695040888963407u;
-    x = T(state >> 44) - T(1 << 18) + T(1);  // of both signs, and products fit
+    const auto value = int64_t(state >> (64 - kBits));
+    const int64_t half = int64_t(1) << (kBits - 1);
+    if (std::is_unsigned_v<T>) {
+      x = T(seed == 1 ? half + value / 2 : value / 2);
+    } else {
+      x = T(value - half);
+    }
     if (x == T(0)) x = T(1);
   }
   return run;
@@ -38,10 +91,10 @@ template <class T, class F>
 
 template <class T, class F>
 void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positive = false) {
-  const int32_t type = sizeof(T) == 8 && T(0.5) == T(0) ? 7 : 10;
+  constexpr int32_t type = Type<T>::kId;
   for (mint n : {kShort, kLong}) {
     const auto row = [&](const std::string& way, auto body) {
-      const std::string title = name + (type == 7 ? "/integer/" : "/real/") + way + "/" + std::to_string(n);
+      const std::string title = name + "/" + Type<T>::kName + "/" + way + "/" + std::to_string(n);
       const auto registered = benchmark::RegisterBenchmark(title.c_str(), [=](benchmark::State& state) {
         auto a = operand<T>(n, 1), b = operand<T>(n, 2);
         if (positive)
@@ -83,15 +136,39 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
 template <class T>
 void add_common_rows() {
   add_rows<T>(
-      "plus", MACHFUNC_PLUS, [](T a, T b) { return a + b; }, false);
+      "plus", MACHFUNC_PLUS, [](T a, T b) { return T(a + b); }, false);
   add_rows<T>(
-      "subtract", MACHFUNC_SUBTRACT, [](T a, T b) { return a - b; }, false);
+      "subtract", MACHFUNC_SUBTRACT, [](T a, T b) { return T(a - b); }, false);
   add_rows<T>(
-      "times", MACHFUNC_TIMES, [](T a, T b) { return a * b; }, false);
+      "times", MACHFUNC_TIMES, [](T a, T b) { return T(a * b); }, false);
   add_rows<T>(
-      "minus", MACHFUNC_MINUS, [](T a, T) { return -a; }, true);
+      "abs", MACHFUNC_ABS, [](T a, T) { return T(a < T(0) ? T(0) - a : a); }, true);
   add_rows<T>(
-      "abs", MACHFUNC_ABS, [](T a, T) { return T(std::abs(a)); }, true);
+      "max", MACHFUNC_MAX, [](T a, T b) { return a > b ? a : b; }, false);
+  if (!std::is_unsigned_v<T>)
+    add_rows<T>(
+        "minus", MACHFUNC_MINUS, [](T a, T) { return T(-a); }, true);
+}
+
+template <class T>
+void add_real_rows() {
+  add_rows<T>(
+      "div", MACHFUNC_DIV, [](T a, T b) { return a / b; }, false);
+  add_rows<T>(
+      "sqrt", MACHFUNC_SQRT, [](T a, T) { return std::sqrt(a); }, true, true);
+  add_rows<T>(
+      "sin", MACHFUNC_SIN, [](T a, T) { return std::sin(a); }, true);
+}
+
+template <class T>
+void add_integer_rows() {
+  const auto modulo = [](T a, T b) {
+    const T r = T(a % b);
+    return T(r != 0 && (r < 0) != (b < 0) ? r + b : r);
+  };
+  const auto quotient = [](T a, T b) { return T(a / b - (a % b != 0 && (a < 0) != (b < 0))); };
+  add_rows<T>("mod", MACHFUNC_MOD, modulo, false);
+  add_rows<T>("quotient", MACHFUNC_QUOTIENT, quotient, false);
 }
 
 }  // namespace
@@ -101,10 +178,19 @@ int main(int argc, char** argv) {
   setParallelThreadNumber(1);
   add_common_rows<mint>();
   add_common_rows<mreal>();
-  add_rows<mreal>(
-      "div", MACHFUNC_DIV, [](mreal a, mreal b) { return a / b; }, false);
-  add_rows<mreal>(
-      "sqrt", MACHFUNC_SQRT, [](mreal a, mreal) { return std::sqrt(a); }, true, true);
+  add_common_rows<float>();
+  add_common_rows<int8_t>();
+  add_common_rows<uint8_t>();
+  add_common_rows<int16_t>();
+  add_common_rows<uint16_t>();
+  add_common_rows<int32_t>();
+  add_real_rows<mreal>();
+  add_real_rows<float>();
+  add_integer_rows<mint>();
+  add_integer_rows<int8_t>();
+  add_integer_rows<uint8_t>();
+  add_integer_rows<int16_t>();
+  add_integer_rows<int32_t>();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();

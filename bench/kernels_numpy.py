@@ -8,13 +8,20 @@ import time
 
 import numpy
 
-ROWS = [("plus", numpy.add), ("subtract", numpy.subtract), ("times", numpy.multiply), ("minus", numpy.negative),
-        ("abs", numpy.absolute)]
-REAL_ROWS = [("div", numpy.divide), ("sqrt", numpy.sqrt)]
+ROWS = [("plus", numpy.add), ("subtract", numpy.subtract), ("times", numpy.multiply), ("abs", numpy.absolute),
+        ("max", numpy.maximum)]
+SIGNED_ROWS = [("minus", numpy.negative)]
+REAL_ROWS = [("div", numpy.divide), ("sqrt", numpy.sqrt), ("sin", numpy.sin)]
+INTEGER_ROWS = [("mod", numpy.remainder), ("quotient", numpy.floor_divide)]
+KINDS = [(numpy.int64, "integer"), (numpy.float64, "real"), (numpy.float32, "real32"), (numpy.int8, "integer8"),
+         (numpy.uint8, "unsigned8"), (numpy.int16, "integer16"), (numpy.uint16, "unsigned16"),
+         (numpy.int32, "integer32")]
 
 
 def operand(kind, n, seed):
-    values = numpy.random.default_rng(seed).integers(-(1 << 18), 1 << 18, n)
+    half = 1 << (min(19, 4 * numpy.dtype(kind).itemsize - 1) - 1)
+    low, high = (-half, half) if numpy.dtype(kind).kind != "u" else (half, 2 * half) if seed == 1 else (0, half)
+    values = numpy.random.default_rng(seed).integers(low, high, n)
     values[values == 0] = 1
     return values.astype(kind)
 
@@ -30,8 +37,10 @@ def seconds_per_call(function, operands, result, calls):
 
 
 def main():
-    for kind, name in ((numpy.int64, "integer"), (numpy.float64, "real")):
-        for operation, function in ROWS + (REAL_ROWS if name == "real" else []):
+    for kind, name in KINDS:
+        letter = numpy.dtype(kind).kind
+        rows = ROWS + (SIGNED_ROWS if letter != "u" else []) + (REAL_ROWS if letter == "f" else INTEGER_ROWS)
+        for operation, function in rows:
             for n in (8192, 1 << 22):
                 operands = [operand(kind, n, k + 1) for k in range(function.nin)]
                 if operation == "sqrt":

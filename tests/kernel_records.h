@@ -9,14 +9,18 @@
 #include <string>
 #include <vector>
 
+#include "zenthar/array.h"
 #include "zenthar/dispatch.h"
 
 namespace kernel_records {
 
-inline constexpr int32_t kInteger = 7, kReal = 10, kComplex = 12;
+inline constexpr int32_t kInteger = 7, kReal = 10, kComplex = 12, kReal32 = 9, kComplex32 = 11;
 inline constexpr int32_t kTypes[] = {kInteger, kReal, kComplex};
+inline constexpr int32_t kAllTypes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
 
-inline size_t size_of(int32_t type) { return type == kComplex ? 16 : 8; }
+inline size_t size_of(int32_t type) { return size_t(MNumericArray_typeSizeTable[type]); }
+inline bool is_integer(int32_t type) { return type <= 8; }
+inline bool is_complex(int32_t type) { return type == kComplex || type == kComplex32; }
 
 struct Record {
   int32_t op;
@@ -53,7 +57,7 @@ struct Record {
 // Every record that the getters give.
 inline std::vector<Record> all_records() {
   std::vector<Record> records;
-  for (int32_t a : kTypes) {
+  for (int32_t a : kAllTypes) {
     for (int32_t op = 1; op <= 86; ++op)
       if (auto f = MNumericArray_getUnaryVectorMachFunc(op, a))
         records.push_back({op,
@@ -66,7 +70,7 @@ inline std::vector<Record> all_records() {
                            f,
                            nullptr,
                            nullptr});
-    for (int32_t b : kTypes) {
+    for (int32_t b : kAllTypes) {
       for (int32_t op = 257; op <= 285; ++op)
         if (auto f = MNumericArray_getBinaryVectorMachFunc(op, a, b))
           records.push_back({op,
@@ -79,7 +83,7 @@ inline std::vector<Record> all_records() {
                              nullptr,
                              f,
                              nullptr});
-      for (int32_t c : kTypes)
+      for (int32_t c : kAllTypes)
         for (int32_t op = 513; op <= 517; ++op)
           if (auto f = MNumericArray_getTernaryVectorMachFunc(op, a, b, c))
             records.push_back({op,
@@ -112,10 +116,17 @@ class Elements {
   std::vector<char> bytes_;
 };
 
+// Stores a value as an element: the low bytes of the integer, or the reals in the type's precision.
 inline void put(void* to, int32_t type, mint integer, mreal re, mreal im) {
-  if (type == kInteger) std::memcpy(to, &integer, sizeof integer);
-  if (type != kInteger) std::memcpy(to, &re, sizeof re);
-  if (type == kComplex) std::memcpy(static_cast<char*>(to) + sizeof re, &im, sizeof im);
+  const auto part = [&](size_t place, mreal x) {
+    const auto narrow = float(x);
+    const bool wide = type == kReal || type == kComplex;
+    const size_t size = wide ? sizeof x : sizeof narrow;
+    std::memcpy(static_cast<char*>(to) + place * size, wide ? static_cast<const void*>(&x) : &narrow, size);
+  };
+  if (is_integer(type)) return void(std::memcpy(to, &integer, size_of(type)));
+  part(0, re);
+  if (is_complex(type)) part(1, im);
 }
 
 // Elements of ordinary size, for which few operations fail.
@@ -149,6 +160,17 @@ inline const std::vector<mint>& special_integers() {
                                            3037000499,
                                            3037000500,
                                            INT32_MAX,
+                                           INT32_MIN,
+                                           UINT32_MAX,
+                                           127,
+                                           -128,
+                                           255,
+                                           11,
+                                           INT16_MAX,
+                                           INT16_MIN,
+                                           UINT16_MAX,
+                                           181,
+                                           46341,
                                            mint(1) << 32,
                                            mint(1) << 62,
                                            INT64_MAX,
@@ -161,7 +183,8 @@ inline const std::vector<mreal>& special_reals() {
   static const std::vector<mreal> values = {
       0.0,    -0.0,   1.0,     -1.0,   0.5,     -0.5,   2.0,     -2.5,      3.0,        -7.0,
       1e-308, 5e-324, -5e-324, 1e308,  -1e308,  1e16,   1e300,   1e-300,    709.9,      -745.5,
-      1e5,    9.3e18, -9.3e18, 0x1p63, -0x1p63, 0x1p52, 1.7e308, kInfinity, -kInfinity, std::nan("")};
+      1e5,    9.3e18, -9.3e18, 0x1p63, -0x1p63, 0x1p52, 1.7e308, kInfinity, -kInfinity, std::nan(""),
+      3e38,   -3e38,  1e-45,   -1e-38, 0x1p23,  0x1p24, 88.7,    -103.9,    1e20,       -1e-10};
   return values;
 }
 
@@ -184,13 +207,19 @@ inline Elements wild(int32_t type, mint n, uint32_t seed) {
 
 // Whether two elements are the same: bit by bit, any NaN like any other.
 inline bool same(int32_t type, const void* a, const void* b) {
-  if (type == kInteger) return std::memcmp(a, b, 8) == 0;
-  for (size_t part = 0; part < size_of(type); part += 8) {
-    mreal x, y;
-    std::memcpy(&x, static_cast<const char*>(a) + part, 8);
-    std::memcpy(&y, static_cast<const char*>(b) + part, 8);
-    if (std::isnan(x) && std::isnan(y)) continue;
-    if (std::memcmp(&x, &y, 8) != 0) return false;
+  if (is_integer(type)) return std::memcmp(a, b, size_of(type)) == 0;
+  const bool wide = type == kReal || type == kComplex;
+  const size_t size = wide ? 8 : 4;
+  const auto is_nan = [&](const void* from) {
+    mreal x;
+    float narrow;
+    std::memcpy(wide ? static_cast<void*>(&x) : &narrow, from, size);
+    return wide ? std::isnan(x) : std::isnan(narrow);
+  };
+  for (size_t part = 0; part < size_of(type); part += size) {
+    const char* const x = static_cast<const char*>(a) + part;
+    const char* const y = static_cast<const char*>(b) + part;
+    if (!(is_nan(x) && is_nan(y)) && std::memcmp(x, y, size) != 0) return false;
   }
   return true;
 }

@@ -22,12 +22,21 @@ TEST(Dispatch, GapsAndForeignTypesHaveNoRecord) {
     EXPECT_EQ(MNumericArray_getBinaryScalarMachFunc(op, kReal, kReal), nullptr);
     EXPECT_EQ(MNumericArray_getTernaryScalarMachFunc(op, kReal, kReal, kReal), nullptr);
   }
-  for (int32_t type : {-1, 0, 1, 6, 13, 14, INT32_MAX, INT32_MIN}) {
+  for (int32_t type : {-1, 0, 13, 14, INT32_MAX, INT32_MIN}) {
     EXPECT_EQ(MNumericArray_getUnaryScalarMachFunc(MACHFUNC_ABS, type), nullptr);
-    EXPECT_EQ(MNumericArray_getBinaryScalarMachFunc(MACHFUNC_PLUS, kReal, type), nullptr);
-    EXPECT_EQ(MNumericArray_getBinaryScalarMachFunc(MACHFUNC_PLUS, type, kReal), nullptr);
-    EXPECT_EQ(MTensor_getUnaryVectorMachFunc(MACHFUNC_ABS, type == 1 ? 5 : type), nullptr);
+    EXPECT_EQ(MNumericArray_getBinaryScalarMachFunc(MACHFUNC_PLUS, type, type), nullptr);
+    EXPECT_EQ(MNumericArray_getTernaryScalarMachFunc(MACHFUNC_AXPY, type, type, type), nullptr);
+    EXPECT_EQ(MTensor_getUnaryVectorMachFunc(MACHFUNC_ABS, type), nullptr);
   }
+  EXPECT_EQ(MTensor_getUnaryVectorMachFunc(MACHFUNC_ABS, 5), nullptr);
+  // Types other than the machine types stand beside themselves alone.
+  for (int32_t a : kAllTypes)
+    for (int32_t b : kAllTypes) {
+      const bool machine = MNumericArrayToMTensorType[a] != 0 && MNumericArrayToMTensorType[b] != 0;
+      EXPECT_EQ(MNumericArray_getBinaryVectorMachFunc(MACHFUNC_PLUS, a, b) != nullptr, machine || a == b);
+      EXPECT_EQ(MNumericArray_getTernaryVectorMachFunc(MACHFUNC_AXPY, a, b, b) != nullptr, machine || a == b);
+      EXPECT_EQ(MNumericArray_getTernaryVectorMachFunc(MACHFUNC_AXPY, a, a, b) != nullptr, machine || a == b);
+    }
   for (int32_t op : {MACHFUNC_DIV, MACHFUNC_LOG_BASE, MACHFUNC_ATAN2, MACHFUNC_CHOP, MACHFUNC_ROOT}) {
     EXPECT_EQ(MNumericArray_getBinaryVectorMachFunc(op, kInteger, kInteger), nullptr);
     EXPECT_EQ(MNumericArray_ReturnType2(op, kInteger, kInteger), 0);
@@ -55,8 +64,9 @@ TEST(Dispatch, ResultTypes) {
 TEST(Dispatch, ScalarAndVectorFunctionsComeTogether) {
   for (const Record& record : all_records()) {
     EXPECT_TRUE(record.scalar1 || record.scalar2 || record.scalar3) << record.name();
-    EXPECT_TRUE(record.result_type == kInteger || record.result_type == kReal ||
-                record.result_type == kComplex)
+    EXPECT_TRUE(record.result_type == kInteger || record.result_type == record.type[0] ||
+                (record.type[0] == kComplex32 && record.result_type == kReal32) ||
+                MNumericArrayToMTensorType[record.type[0]] != 0)
         << record.name();
   }
   EXPECT_EQ(MTensor_getUnaryScalarMachFunc(MACHFUNC_ABS, 2),

@@ -5,11 +5,24 @@
  * An operation has an identifier, below. For an identifier and the element types of the arguments the getters
  * answer with the kernels, a scalar function for one element and a vector function for a run of them, and
  * with the element type of the result. Where there is no kernel they answer with null and 0. `MNumericArray_`
- * getters take element types (Integer64 7, Real64 10, ComplexReal64 12 have kernels), `MTensor_` getters take
- * and give machine types (boolean 1, integer 2, real 3, complex 4; booleans are stored as integers).
+ * getters take element types, `MTensor_` getters take and give machine types (boolean 1, integer 2, real 3,
+ * complex 4; booleans are stored as integers).
  *
- * Integers without a form of their own are evaluated in Real64, arguments of different types without one in
- * the wider type. A kernel computes and checks as the scalar function of the same name does (scalar.h).
+ * **Machine types.** Integer64 (7), Real64 (10) and ComplexReal64 (12) have all operations, beside each other
+ * too. Integers without a form of their own are evaluated in Real64, arguments of different types without one
+ * in the wider type. A kernel computes and checks as the scalar function of the same name does (scalar.h).
+ *
+ * **Other element types** have kernels for arguments of one type; Real16 (13) has none. Results are of that
+ * type, but Integer64 where those of Integer64, Real64 and ComplexReal64 are so whatever the argument:
+ * predicates, comparisons and unitize, and for reals sign, argument, rounding and quotient.
+ * - Integer8 to Integer32 and the unsigned integers (1 to 6, 8) have arithmetic: plus, subtract, times, mod,
+ *   quotient, minus, abs, square, sign, min, max, error measures, bits and shifts, comparisons, axpy and its
+ *   like. Overflow is that of their own width (a result below 0, or above the greatest value); without the
+ *   check results are taken modulo 2^bits, and so are counts of shifts to the left modulo the bits.
+ * - Real32 (9) and ComplexReal32 (11) have the operations of Real64 and ComplexReal64 on equal types.
+ *   Arithmetic is that of binary32, an operation a rounding; of complexes, plus, subtract and minus, while
+ *   times and div are computed in Real64 and each part is rounded once. So are all other functions. The check
+ *   of results looks at what is stored: a result that overflows when it is rounded fails with 6.
  *
  * **Scalar functions** take pointers to the elements and answer with a status as those of scalar.h do.
  *

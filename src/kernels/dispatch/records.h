@@ -9,9 +9,29 @@
 
 namespace zenthar {
 
-// Element types with kernels: Integer64, Real64, ComplexReal64, in slots 0, 1, 2.
-inline constexpr int kSlots = 3;
-inline constexpr int32_t kTypeOfSlot[kSlots] = {7, 10, 12};
+// Element types with kernels, by slot. The machine types come first; they stand beside each other in all
+// ways, every other type beside itself alone.
+inline constexpr int kMachineSlots = 3;
+inline constexpr int kSlots = 12;
+inline constexpr int32_t kTypeOfSlot[kSlots] = {7, 10, 12, 1, 2, 3, 4, 5, 6, 8, 9, 11};
+
+// The slot of an element type, or -1.
+constexpr int slot_of(int32_t type) {
+  constexpr int8_t kSlotOfType[14] = {-1, 3, 4, 5, 6, 7, 8, 0, 9, 10, 1, 11, 2, -1};
+  return uint32_t(type) < 14 ? kSlotOfType[type] : -1;
+}
+
+// Which of the rows of its first argument's type a list of arguments has, or -1.
+constexpr int row_of(int slot1, int slot2) {
+  if ((slot1 | slot2) < 0) return -1;
+  if (slot1 < kMachineSlots && slot2 < kMachineSlots) return slot2;
+  return slot1 == slot2 ? 0 : -1;
+}
+constexpr int row_of(int slot1, int slot2, int slot3) {
+  const int second = row_of(slot1, slot2), third = row_of(slot1, slot3);
+  if ((second | third) < 0) return -1;
+  return slot1 < kMachineSlots ? second * kMachineSlots + third : 0;
+}
 
 // The identifiers of the operations of one arity.
 struct OperationRange {
@@ -34,44 +54,47 @@ struct ScalarRecord {
   int32_t result_type = 0;
 };
 
-template <class T>
-struct UnaryRow {
-  T at[kUnary.count] = {};
-};
-template <class T>
-struct BinaryRow {
-  T at[kSlots][kBinary.count] = {};  // by the second argument's slot
-};
-template <class T>
-struct TernaryRow {
-  T at[kSlots][kSlots][kTernary.count] = {};  // by the second and third arguments' slots
+// The entries of the operations of one arity, for one combination of argument types.
+template <class T, OperationRange kRange>
+struct Row {
+  T at[kRange.count] = {};
 };
 
-using UnaryScalarRow = UnaryRow<ScalarRecord<UnaryScalarFunction>>;
-using BinaryScalarRow = BinaryRow<ScalarRecord<BinaryScalarFunction>>;
-using TernaryScalarRow = TernaryRow<ScalarRecord<TernaryScalarFunction>>;
+// Rows by the first argument's slot; row_of() tells which of them.
+template <class Unary, class Binary, class Ternary>
+struct Tables {
+  using UnaryRow = Row<Unary, kUnary>;
+  using BinaryRow = Row<Binary, kBinary>;
+  using TernaryRow = Row<Ternary, kTernary>;
 
-extern const UnaryScalarRow kUnaryScalar[kSlots];
-extern const BinaryScalarRow kBinaryScalar[kSlots];
-extern const TernaryScalarRow kTernaryScalar[kSlots];
+  const UnaryRow* unary[kSlots];
+  const BinaryRow* binary[kSlots];
+  const TernaryRow* ternary[kSlots];
 
-using UnaryVectorRow = UnaryRow<UnaryVectorFunction>;
-using BinaryVectorRow = BinaryRow<BinaryVectorFunction>;
-using TernaryVectorRow = TernaryRow<TernaryVectorFunction>;
-
-// The vector functions of one target, by the first argument's slot.
-struct VectorTables {
-  const UnaryVectorRow* unary[kSlots];
-  const BinaryVectorRow* binary[kSlots];
-  const TernaryVectorRow* ternary[kSlots];
+  // The entry of an operation for argument types; an empty one where there is none.
+  Unary entry(int32_t op, int32_t type) const {
+    const int32_t index = operation_index(kUnary, op);
+    const int slot = slot_of(type);
+    return (index | slot) < 0 ? Unary{} : unary[slot]->at[index];
+  }
+  Binary entry(int32_t op, int32_t type1, int32_t type2) const {
+    const int32_t index = operation_index(kBinary, op);
+    const int slot = slot_of(type1), row = row_of(slot, slot_of(type2));
+    return (index | row) < 0 ? Binary{} : binary[slot][row].at[index];
+  }
+  Ternary entry(int32_t op, int32_t type1, int32_t type2, int32_t type3) const {
+    const int32_t index = operation_index(kTernary, op);
+    const int slot = slot_of(type1), row = row_of(slot, slot_of(type2), slot_of(type3));
+    return (index | row) < 0 ? Ternary{} : ternary[slot][row].at[index];
+  }
 };
 
-// What operations have in common whatever the types.
-struct OperationEntry {
-  int32_t id;
-  int32_t arity;
-  const char* name;
-};
+using ScalarTables = Tables<ScalarRecord<UnaryScalarFunction>, ScalarRecord<BinaryScalarFunction>,
+                            ScalarRecord<TernaryScalarFunction>>;
+extern const ScalarTables kScalarTables;
+
+// The vector functions of one target.
+using VectorTables = Tables<UnaryVectorFunction, BinaryVectorFunction, TernaryVectorFunction>;
 
 }  // namespace zenthar
 

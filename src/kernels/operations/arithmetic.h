@@ -11,42 +11,60 @@ namespace zenthar::ZENTHAR_TARGET {
 
 struct Plus {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint b, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T b, C checks) {
     return add(a, b, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return a + b; }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) { return {a.re + b.re, a.im + b.im}; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return a + b;
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Z value(Z a, Z b) {
+    return {a.re + b.re, a.im + b.im};
+  }
   ZENTHAR_KERNEL static mcomplex value(mreal a, mcomplex b) { return {a + b.re, b.im}; }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mreal b) { return {a.re + b, a.im}; }
 };
 
 struct Subtract {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint b, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T b, C checks) {
     return subtract(a, b, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return a - b; }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) { return {a.re - b.re, a.im - b.im}; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return a - b;
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Z value(Z a, Z b) {
+    return {a.re - b.re, a.im - b.im};
+  }
   ZENTHAR_KERNEL static mcomplex value(mreal a, mcomplex b) { return {a - b.re, -b.im}; }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mreal b) { return {a.re - b, a.im}; }
 };
 
 struct Times {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint b, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T b, C checks) {
     return multiply(a, b, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return a * b; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return a * b;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) { return multiply(a, b); }
   ZENTHAR_KERNEL static mcomplex value(mreal a, mcomplex b) { return {a * b.re, a * b.im}; }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mreal b) { return {a.re * b, a.im * b}; }
 };
 
 struct Div {
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return a / b; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return a / b;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) { return divide(a, b); }
   ZENTHAR_KERNEL static mcomplex value(mreal a, mcomplex b) { return divide({a, 0.0}, b); }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mreal b) { return {a.re / b, a.im / b}; }
@@ -54,48 +72,63 @@ struct Div {
 
 struct Minus {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, C checks) {
     return negate(a, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal a) { return -a; }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex a) { return {-a.re, -a.im}; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a) {
+    return -a;
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Z value(Z a) {
+    return {-a.re, -a.im};
+  }
 };
 
 struct Abs {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, C checks) {
     return magnitude(a, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal a) { return __builtin_fabs(a); }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a) {
+    return absolute(a);
+  }
   ZENTHAR_KERNEL static mreal value(mcomplex a) { return modulus(a); }
 };
 
 // Abs of integers and reals alone.
 struct RealAbs {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, C checks) {
     return Abs::checked(a, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal a) { return Abs::value(a); }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a) {
+    return Abs::value(a);
+  }
 };
 
 // Squares of integers raise their overflow, unlike other operations.
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> integer_square(mint x, C checks) {
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> integer_square(T x, C checks) {
   const auto square = multiply(x, x, checks);
   return {square.value, fail_if(square.failure != Failure::kNone, Failure::kRaisedOverflow)};
 }
 
 struct Square {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint x, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T x, C checks) {
     return integer_square(x, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return x * x; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x * x;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex z) {
     return {(z.re - z.im) * (z.re + z.im), 2.0 * z.re * z.im};
   }
@@ -103,16 +136,22 @@ struct Square {
 
 struct AbsSquare {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint x, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T x, C checks) {
     return integer_square(x, checks);
   }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return x * x; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x * x;
+  }
   ZENTHAR_KERNEL static mreal value(mcomplex z) { return z.re * z.re + z.im * z.im; }
 };
 
 struct Recip {
-  ZENTHAR_KERNEL static mreal value(mreal x) { return 1.0 / x; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return T(1) / x;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return divide({1.0, 0.0}, z); }
 };
 
@@ -127,21 +166,36 @@ struct Arg {
 };
 
 struct Conj {
-  ZENTHAR_KERNEL static mint value(mint x) { return x; }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return x; }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return {z.re, -z.im}; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x;
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Z value(Z z) {
+    return {z.re, -z.im};
+  }
 };
 
 struct Re {
-  ZENTHAR_KERNEL static mint value(mint x) { return x; }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return x; }
-  ZENTHAR_KERNEL static mreal value(mcomplex z) { return z.re; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x;
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static PartOf<Z> value(Z z) {
+    return z.re;
+  }
 };
 
 struct Im {
-  ZENTHAR_KERNEL static mint value(mint) { return 0; }
-  ZENTHAR_KERNEL static mreal value(mreal) { return 0.0; }
-  ZENTHAR_KERNEL static mreal value(mcomplex z) { return z.im; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static T value(T) {
+    return T(0);
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static PartOf<Z> value(Z z) {
+    return z.im;
+  }
 };
 
 }  // namespace zenthar::ZENTHAR_TARGET

@@ -9,7 +9,10 @@
 namespace zenthar::ZENTHAR_TARGET {
 
 struct Sqrt {
-  ZENTHAR_KERNEL static mreal value(mreal x) { return __builtin_sqrt(x); }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return square_root(x);
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return complex_sqrt(z); }
 };
 

@@ -8,8 +8,9 @@ namespace zenthar::ZENTHAR_TARGET {
 
 template <class T>
 ZENTHAR_KERNEL T load(const void* from) {
-  if constexpr (std::is_same_v<T, mcomplex>) {  // part by part, as loops vectorise it
-    return {load<mreal>(from), load<mreal>(static_cast<const char*>(from) + sizeof(mreal))};
+  if constexpr (AnyComplex<T>) {  // part by part, as loops vectorise it
+    using P = PartOf<T>;
+    return {load<P>(from), load<P>(static_cast<const char*>(from) + sizeof(P))};
   } else {
     T x;
     __builtin_memcpy(&x, from, sizeof(T));
@@ -19,9 +20,9 @@ ZENTHAR_KERNEL T load(const void* from) {
 
 template <class T>
 ZENTHAR_KERNEL void store(void* to, T x) {
-  if constexpr (std::is_same_v<T, mcomplex>) {
+  if constexpr (AnyComplex<T>) {
     store(to, x.re);
-    store(static_cast<char*>(to) + sizeof(mreal), x.im);
+    store(static_cast<char*>(to) + sizeof(x.re), x.im);
   } else {
     __builtin_memcpy(to, &x, sizeof(T));
   }

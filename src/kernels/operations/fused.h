@@ -12,12 +12,16 @@ namespace zenthar::ZENTHAR_TARGET {
 
 struct AbsErr {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint b, C checks) {
-    const uint64_t distance = a < b ? uint64_t(b) - uint64_t(a) : uint64_t(a) - uint64_t(b);
-    return {mint(distance), fail_if(checks.overflow() && mint(distance) < 0, Failure::kOverflow)};
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T b, C checks) {
+    using U = Unsigned<T>;
+    const auto distance = T(a < b ? U(b) - U(a) : U(a) - U(b));
+    return {distance, fail_if(checks.overflow() && is_negative(distance), Failure::kOverflow)};
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return __builtin_fabs(a - b); }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return absolute(a - b);
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) {
     return {modulus(Subtract::value(a, b)), 0.0};
   }
@@ -34,13 +38,16 @@ struct RelErr {
 
 struct MaxAbs {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint b, C checks) {
-    const uint64_t x = unsigned_magnitude(a), y = unsigned_magnitude(b);
-    const auto largest = mint(x > y ? x : y);
-    return {largest, fail_if(checks.overflow() && largest < 0, Failure::kOverflow)};
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T b, C checks) {
+    const auto x = unsigned_magnitude(a), y = unsigned_magnitude(b);
+    const auto largest = T(x > y ? x : y);
+    return {largest, fail_if(checks.overflow() && is_negative(largest), Failure::kOverflow)};
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return larger(__builtin_fabs(a), __builtin_fabs(b)); }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return larger(absolute(a), absolute(b));
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex b) {
     return {larger(modulus(a), modulus(b)), 0.0};
   }
@@ -49,13 +56,16 @@ struct MaxAbs {
 // a x + y
 struct Axpy {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint x, mint y, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T x, T y, C checks) {
     const auto scaled = Times::checked(a, x, checks);
     const auto sum = Plus::checked(scaled.value, y, checks);
     return {sum.value, either(scaled.failure, sum.failure)};
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal x, mreal y) { return a * x + y; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T x, T y) {
+    return a * x + y;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex x, mcomplex y) {
     return Plus::value(Times::value(a, x), y);
   }
@@ -64,13 +74,16 @@ struct Axpy {
 // a x - y
 struct Axmy {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint x, mint y, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T x, T y, C checks) {
     const auto scaled = Times::checked(a, x, checks);
     const auto difference = Subtract::checked(scaled.value, y, checks);
     return {difference.value, either(scaled.failure, difference.failure)};
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal x, mreal y) { return a * x - y; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T x, T y) {
+    return a * x - y;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex x, mcomplex y) {
     return Subtract::value(Times::value(a, x), y);
   }
@@ -79,13 +92,16 @@ struct Axmy {
 // y - a x
 struct Ymax {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint x, mint y, C checks) {
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T x, T y, C checks) {
     const auto scaled = Times::checked(a, x, checks);
     const auto difference = Subtract::checked(y, scaled.value, checks);
     return {difference.value, either(scaled.failure, difference.failure)};
   }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal x, mreal y) { return y - a * x; }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T a, T x, T y) {
+    return y - a * x;
+  }
   ZENTHAR_KERNEL static mcomplex value(mcomplex a, mcomplex x, mcomplex y) {
     return Subtract::value(y, Times::value(a, x));
   }
@@ -109,12 +125,14 @@ struct Adxmy {
 // One step of compensated summation. (W. Kahan, Further remarks on reducing truncation errors, Comm. ACM 8
 // (1965) 40.)
 struct CompPlus {
-  ZENTHAR_KERNEL static Compensated<mreal> value(mreal a, mreal b, mreal c) {
-    const mreal t = b + c;
-    const mreal sum = t + a;
+  template <AnyReal T>
+  ZENTHAR_KERNEL static Compensated<T> value(T a, T b, T c) {
+    const T t = b + c;
+    const T sum = t + a;
     return {sum, (a - sum) + t};
   }
-  ZENTHAR_KERNEL static Compensated<mcomplex> value(mcomplex a, mcomplex b, mcomplex c) {
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Compensated<Z> value(Z a, Z b, Z c) {
     const auto re = value(a.re, b.re, c.re), im = value(a.im, b.im, c.im);
     return {{re.sum, im.sum}, {re.compensation, im.compensation}};
   }

@@ -6,52 +6,86 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-// |a|, which is 2^63 for the most negative.
-ZENTHAR_KERNEL uint64_t unsigned_magnitude(mint a) { return a < 0 ? -uint64_t(a) : uint64_t(a); }
+// |a|, which is 2^(bits - 1) for the least.
+template <AnyInteger T>
+ZENTHAR_KERNEL Unsigned<T> unsigned_magnitude(T a) {
+  return is_negative(a) ? Unsigned<T>(-Unsigned<T>(a)) : Unsigned<T>(a);
+}
 
 struct BitAnd {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a & b; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return T(a & b);
+  }
 };
 struct BitOr {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a | b; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return T(a | b);
+  }
 };
 struct BitXor {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a ^ b; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return T(a ^ b);
+  }
 };
 struct BitNot {
-  ZENTHAR_KERNEL static mint value(mint x) { return ~x; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return T(~x);
+  }
 };
 
 // Of a negative integer the length of its complement.
 struct BitLength {
-  ZENTHAR_KERNEL static mint value(mint x) {
-    const auto bits = uint64_t(x < 0 ? ~x : x);
-    return 64 - __builtin_clzll(bits | 1) - (bits == 0);
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    const uint64_t bits = Unsigned<T>(is_negative(x) ? ~x : x);
+    return T(64 - __builtin_clzll(bits | 1) - (bits == 0));
   }
 };
 
 struct EvenQ {
-  ZENTHAR_KERNEL static mint value(mint x) { return ~x & 1; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return ~mint(x) & 1;
+  }
 };
 struct OddQ {
-  ZENTHAR_KERNEL static mint value(mint x) { return x & 1; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return mint(x) & 1;
+  }
 };
 
 // Shifts are of sign and magnitude; counts are unsigned here.
 
-ZENTHAR_KERNEL mint with_sign_of(mint a, uint64_t size) { return mint(a < 0 ? -size : size); }
+template <AnyInteger T>
+ZENTHAR_KERNEL T with_sign_of(T a, Unsigned<T> size) {
+  return T(is_negative(a) ? Unsigned<T>(-size) : size);
+}
 
-ZENTHAR_KERNEL mint shift_magnitude_right(mint a, uint64_t count) {
-  const uint64_t shifted = count > 63 ? 0 : unsigned_magnitude(a) >> (count & 63);
+// What is left of a count that shifts nothing out altogether.
+template <AnyInteger T>
+inline constexpr Unsigned<T> kShiftMask = kBits<T> - 1;
+
+template <AnyInteger T>
+ZENTHAR_KERNEL T shift_magnitude_right(T a, Unsigned<T> count) {
+  const auto shifted =
+      Unsigned<T>(count > kShiftMask<T> ? 0 : unsigned_magnitude(a) >> (count & kShiftMask<T>));
   return with_sign_of(a, shifted);
 }
 
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> shift_left(mint a, uint64_t count, C checks) {
-  if (!checks.overflow()) return {mint(uint64_t(a) << (count & 63)), Failure::kNone};
-  const uint64_t limit = uint64_t(INT64_MAX) + (a < 0);
-  const bool overflow = (a != 0) & ((count > 63) | (unsigned_magnitude(a) > limit >> (count & 63)));
-  return {with_sign_of(a, unsigned_magnitude(a) << (count & 63)), fail_if(overflow, Failure::kOverflow)};
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> shift_left(T a, Unsigned<T> count, C checks) {
+  using U = Unsigned<T>;
+  if (!checks.overflow()) return {T(U(a) << (count & kShiftMask<T>)), Failure::kNone};
+  const auto limit = U(U(kGreatest<T>) + is_negative(a));
+  const bool overflow =
+      (a != 0) & ((count > kShiftMask<T>) | (unsigned_magnitude(a) > U(limit >> (count & kShiftMask<T>))));
+  return {with_sign_of(a, U(unsigned_magnitude(a) << (count & kShiftMask<T>))),
+          fail_if(overflow, Failure::kOverflow)};
 }
 
 // Scales by 2^n: exact until the result is rounded, once. Counts beyond the limits leave nothing of any
@@ -81,10 +115,10 @@ ZENTHAR_KERNEL mint opposite(mint n) { return n == kMostNegative ? INT64_MAX : -
 
 struct BitShiftLeft {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint s, C checks) {
-    if (s < 0) return {shift_magnitude_right(a, unsigned_magnitude(s)), Failure::kNone};
-    return shift_left(a, uint64_t(s), checks);
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T s, C checks) {
+    if (is_negative(s)) return {shift_magnitude_right(a, unsigned_magnitude(s)), Failure::kNone};
+    return shift_left(a, Unsigned<T>(s), checks);
   }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mreal> checked(mreal x, mint n, C checks) {
@@ -98,10 +132,10 @@ struct BitShiftLeft {
 
 struct BitShiftRight {
   static constexpr bool kFailsOnlyChecked = true;
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint a, mint s, C checks) {
-    if (s < 0) return shift_left(a, unsigned_magnitude(s), checks);
-    return {shift_magnitude_right(a, uint64_t(s)), Failure::kNone};
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<T> checked(T a, T s, C checks) {
+    if (is_negative(s)) return shift_left(a, unsigned_magnitude(s), checks);
+    return {shift_magnitude_right(a, Unsigned<T>(s)), Failure::kNone};
   }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mreal> checked(mreal x, mint n, C checks) {

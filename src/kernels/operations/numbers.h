@@ -10,27 +10,76 @@ namespace zenthar::ZENTHAR_TARGET {
 
 inline constexpr mint kMostNegative = -9223372036854775807 - 1;
 
-// Integer sums, differences and products modulo 2^64, failing with kOverflow while the check is on. Single
-// calls take the processor's overflow flag, loops compare sign bits.
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> add(mint a, mint b, C checks) {
-  if constexpr (C::kBlock) {
-    const auto sum = mint(uint64_t(a) + uint64_t(b));
-    return {sum, C::overflow() ? Failure(uint64_t((a ^ sum) & (b ^ sum)) >> 63) : Failure::kNone};
+template <AnyInteger T>
+using Unsigned = std::make_unsigned_t<T>;
+template <AnyInteger T>
+using Signed = std::make_signed_t<T>;
+template <AnyInteger T>
+inline constexpr int kBits = 8 * int(sizeof(T));
+template <AnyInteger T>
+inline constexpr bool kSigned = std::is_signed_v<T>;
+// Twice as wide as T, or as wide as there is.
+template <AnyInteger T>
+using Wider = std::conditional_t<
+    kSigned<T>,
+    std::conditional_t<sizeof(T) == 1, int16_t, std::conditional_t<sizeof(T) == 2, int32_t, int64_t>>,
+    std::conditional_t<sizeof(T) == 1, uint16_t, std::conditional_t<sizeof(T) == 2, uint32_t, uint64_t>>>;
+
+template <AnyInteger T>
+inline constexpr T kGreatest = T(Unsigned<T>(-1) >> (kSigned<T> ? 1 : 0));
+template <AnyInteger T>
+inline constexpr T kLeast = T(~kGreatest<T>);
+
+template <AnyInteger T>
+ZENTHAR_KERNEL bool is_negative(T a) {
+  if constexpr (kSigned<T>) {
+    return a < 0;
   } else {
-    mint sum;
+    return false;
+  }
+}
+
+// a b modulo 2^bits.
+template <AnyInteger T>
+ZENTHAR_KERNEL T wrapped_product(T a, T b) {
+  using U = std::conditional_t<sizeof(T) < 4, uint32_t, Unsigned<T>>;  // what narrower ones are promoted to
+  return T(U(a) * U(b));
+}
+
+// A failure where the topmost bit of x is set, for loops: narrow elements compare, the others shift.
+template <AnyInteger T>
+ZENTHAR_KERNEL Failure failure_by_sign(T x) {
+  if constexpr (sizeof(T) == 8) {
+    return Failure(uint64_t(x) >> 63);
+  } else {
+    return Failure(Signed<T>(x) >> (kBits<T> - 1));
+  }
+}
+
+// Sums, differences and products of integers modulo 2^bits, failing with kOverflow while the check is on.
+// Single calls take the processor's overflow flag, loops compare topmost bits: those of a sum's addends
+// differ from its own where it overflows, and of unsigned ones tell the carry.
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> add(T a, T b, C checks) {
+  if constexpr (C::kBlock) {
+    const auto sum = T(Unsigned<T>(a) + Unsigned<T>(b));
+    const auto lost = kSigned<T> ? T((a ^ sum) & (b ^ sum)) : T((a & b) | ((a | b) & ~sum));
+    return {sum, C::overflow() ? failure_by_sign(lost) : Failure::kNone};
+  } else {
+    T sum;
     const bool overflow = __builtin_add_overflow(a, b, &sum);
     return {sum, fail_if(overflow && checks.overflow(), Failure::kOverflow)};
   }
 }
 
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> subtract(mint a, mint b, C checks) {
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> subtract(T a, T b, C checks) {
   if constexpr (C::kBlock) {
-    const auto difference = mint(uint64_t(a) - uint64_t(b));
-    return {difference, C::overflow() ? Failure(uint64_t((a ^ b) & (a ^ difference)) >> 63) : Failure::kNone};
+    const auto difference = T(Unsigned<T>(a) - Unsigned<T>(b));
+    const auto lost = kSigned<T> ? T((a ^ b) & (a ^ difference)) : T((~a & b) | ((~a | b) & difference));
+    return {difference, C::overflow() ? failure_by_sign(lost) : Failure::kNone};
   } else {
-    mint difference;
+    T difference;
     const bool overflow = __builtin_sub_overflow(a, b, &difference);
     return {difference, fail_if(overflow && checks.overflow(), Failure::kOverflow)};
   }
@@ -43,39 +92,66 @@ ZENTHAR_KERNEL bool product_wrapped(mint a, mint b, mint wrapped) {
   return !(__builtin_fabs(mreal(a) * mreal(b) - mreal(wrapped)) < 0x1p62);
 }
 
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> multiply(mint a, mint b, C checks) {
-  if constexpr (C::kBlock) {
-    const auto wrapped = mint(uint64_t(a) * uint64_t(b));
+// The product of narrow integers, with a failure where the upper half of the whole one is more than the lower
+// half's sign.
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> multiply_narrow(T a, T b, C) {
+  const auto whole = Wider<T>(Wider<T>(a) * Wider<T>(b));
+  const auto product = T(whole);
+  if constexpr (!C::overflow()) return {product, Failure::kNone};
+  const auto upper = T(whole >> kBits<T>);
+  return {product, Failure(T(upper ^ (kSigned<T> ? T(product >> (kBits<T> - 1)) : T(0))))};
+}
+
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> multiply(T a, T b, C checks) {
+  if constexpr (C::kBlock && sizeof(T) < 8) {
+    return multiply_narrow(a, b, checks);
+  } else if constexpr (C::kBlock) {
+    const T wrapped = wrapped_product(a, b);
     if constexpr (!C::overflow()) return {wrapped, Failure::kNone};
 #ifdef __AVX512DQ__  // which converts integers by the vector; elsewhere the overflow flag is faster
-    return {wrapped, fail_if(product_wrapped(a, b, wrapped), Failure::kOverflow)};
+    if constexpr (kSigned<T>) return {wrapped, fail_if(product_wrapped(a, b, wrapped), Failure::kOverflow)};
 #endif
   }
-  mint product;
+  T product;
   const bool overflow = __builtin_mul_overflow(a, b, &product);
   return {product, fail_if(overflow && checks.overflow(), Failure::kOverflow)};
 }
 
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> negate(mint a, C checks) {
-  const auto negated = mint(-uint64_t(a));
-  if constexpr (C::kBlock) {  // -2^63 alone has its own sign's bit in common with its negative
-    return {negated, C::overflow() ? Failure(uint64_t(a & negated) >> 63) : Failure::kNone};
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> negate(T a, C checks) {
+  const auto negated = T(-Unsigned<T>(a));
+  if constexpr (!kSigned<T>) {  // below 0 but for 0 itself
+    return {negated, fail_if(checks.overflow() && a != 0, Failure::kOverflow)};
+  } else if constexpr (C::kBlock) {  // the least alone has its own sign's bit in common with its negative
+    return {negated, C::overflow() ? failure_by_sign(T(a & negated)) : Failure::kNone};
   } else {
-    return {negated, fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+    return {negated, fail_if(checks.overflow() && a == kLeast<T>, Failure::kOverflow)};
   }
 }
 
-template <class C>
-ZENTHAR_KERNEL Outcome<mint> magnitude(mint a, C checks) {
-  const auto positive = mint(a < 0 ? -uint64_t(a) : uint64_t(a));
-  if constexpr (C::kBlock) {
-    return {positive, C::overflow() ? Failure(uint64_t(positive) >> 63) : Failure::kNone};
+template <AnyInteger T, class C>
+ZENTHAR_KERNEL Outcome<T> magnitude(T a, C checks) {
+  if constexpr (!kSigned<T>) {
+    return {a, Failure::kNone};
   } else {
-    return {positive, fail_if(checks.overflow() && a == kMostNegative, Failure::kOverflow)};
+    const auto positive = T(a < 0 ? -Unsigned<T>(a) : Unsigned<T>(a));
+    if constexpr (C::kBlock) {
+      return {positive, C::overflow() ? failure_by_sign(positive) : Failure::kNone};
+    } else {
+      return {positive, fail_if(checks.overflow() && a == kLeast<T>, Failure::kOverflow)};
+    }
   }
 }
+
+// The mathematics library's names for both kinds of reals.
+ZENTHAR_KERNEL mreal square_root(mreal x) { return __builtin_sqrt(x); }
+ZENTHAR_KERNEL float square_root(float x) { return __builtin_sqrtf(x); }
+ZENTHAR_KERNEL mreal truncated(mreal x) { return __builtin_trunc(x); }
+ZENTHAR_KERNEL float truncated(float x) { return __builtin_truncf(x); }
+ZENTHAR_KERNEL mreal with_sign(mreal x, mreal sign) { return __builtin_copysign(x, sign); }
+ZENTHAR_KERNEL float with_sign(float x, float sign) { return __builtin_copysignf(x, sign); }
 
 // Conversion with truncation; NaN and what is out of range give -2^63, as the processor has it.
 ZENTHAR_KERNEL mint to_mint(mreal x) {

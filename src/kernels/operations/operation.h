@@ -1,14 +1,24 @@
 // What an operation is: the vocabulary that the definitions in this folder are written in.
 //
 // An operation is a class without state that says, per argument types, how one element is computed and what
-// can fail. It has one or both of these forms, as plain static overloads with the exact argument types:
+// can fail. It has one or both of these forms, as static overloads with the exact argument types:
 //
 //   static R value(A... a)                                      for arguments that cannot fail;
 //   template <class C> static Outcome<R> checked(A... a, C c)   otherwise; `c` says which checks are on.
 //
-// Types an operation does not name are found by widening: integers to reals, else all to the widest type. The
-// checks of computed reals (flag 2) are not an operation's business; they are added to every mreal and
-// mcomplex result unless the class says `static constexpr bool kResultUnchecked = true`. An operation whose
+// A form for every type of a kind is a template whose first parameter is the type of all arguments:
+//
+//   template <AnyReal T> static T value(T a, T b)
+//   template <AnyInteger T, class C> static Outcome<T> checked(T a, T b, C c)
+//
+// Types an operation does not name are found by widening. Of the machine types, integers are widened to
+// reals, else all to the widest type. Real32 and ComplexReal32 are evaluated in Real64 and ComplexReal64, and
+// a real result is rounded back: for a single operation that gives the bits of one in Real32, since two
+// roundings from 53 bits to 24 are as good as one. The other integer types have records only where an
+// operation names them.
+//
+// The checks of computed reals (flag 2) are not an operation's business; they are added to every real and
+// complex result unless the class says `static constexpr bool kResultUnchecked = true`. An operation whose
 // `checked` forms can fail only while the check of its results is on says `static constexpr bool
 // kFailsOnlyChecked = true`, which spares in-place vector calls a copy.
 //
@@ -33,9 +43,33 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
+// Two binary32 values: an element of ComplexReal32.
+struct complex32 {
+  float re, im;
+};
+
+template <class T, class... Others>
+inline constexpr bool kIsOneOf = (std::is_same_v<T, Others> || ...);
+
+// The kinds of element types, which the forms of operations are written for.
+template <class T>
+concept AnyInteger = kIsOneOf<T, int8_t, uint8_t, int16_t, uint16_t, int32_t, uint32_t, int64_t, uint64_t>;
+template <class T>
+concept AnyReal = kIsOneOf<T, float, mreal>;
+template <class T>
+concept AnyComplex = kIsOneOf<T, complex32, mcomplex>;
+template <class T>
+concept AnyNumber = AnyInteger<T> || AnyReal<T>;
+template <class T>
+concept MachineType = kIsOneOf<T, mint, mreal, mcomplex>;
+
+template <AnyComplex Z>
+using PartOf = decltype(Z::re);
+
 // How an element failed: the error code, and kRaised where the scalar function raises it. The other
-// failures are found from the arguments, and the scalar function answers them with status 1. As wide as an
-// element, so that a loop's failures add up in the registers its elements are in.
+// failures are found from the arguments, and the scalar function answers them with status 1. A loop's
+// failures add up in integers as wide as its results, to stay in the registers those are in: whatever stands
+// for a failure has a bit set among as many low ones as a result has.
 enum class Failure : int64_t {
   kNone = 0,
   kOverflow = 1,
@@ -98,18 +132,43 @@ struct Exactly {
   operator U() const;
 };
 
+// Whether an operation has a form of its own: one that names the types, or one for every type of a kind.
+template <class First, class...>
+struct FirstType {
+  using Type = First;
+};
+template <class... A>
+using FirstOf = typename FirstType<A...>::Type;
+template <class... A>
+inline constexpr bool kAllSame = (std::is_same_v<A, FirstOf<A...>> && ...);
 template <class Op, class... A>
-concept HasValue = requires(Exactly<A>... a) {
+concept NamesValue = requires(Exactly<A>... a) {
   Op::value(a...);
 };
 template <class Op, class... A>
-concept HasChecked = requires(Exactly<A>... a) {
+concept NamesChecked = requires(Exactly<A>... a) {
   Op::checked(a..., CallChecks{});
 };
 template <class Op, class... A>
-concept Defined = HasValue<Op, A...> || HasChecked<Op, A...>;
+concept HasValue = NamesValue<Op, A...> ||
+    (kAllSame<A...>&& requires(A... a) { Op::template value<FirstOf<A...>>(a...); });
+template <class Op, class... A>
+concept HasChecked = NamesChecked<Op, A...> ||
+    (kAllSame<A...>&& requires(A... a) { Op::template checked<FirstOf<A...>>(a..., CallChecks{}); });
+template <class Op, class... A>
+concept HasForm = HasValue<Op, A...> || HasChecked<Op, A...>;
 
+// The type that elements are evaluated in where an operation has no form for theirs.
 template <class T>
+using Doubled = std::conditional_t<std::is_same_v<T, float>, mreal,
+                                   std::conditional_t<std::is_same_v<T, complex32>, mcomplex, T>>;
+template <class Op, class... A>
+concept Defined = HasForm<Op, A...> || HasForm<Op, Doubled<A>...>;
+template <class Op, class... A>
+concept CanFail = HasChecked<Op, A...> ||(!HasForm<Op, A...> && HasChecked<Op, Doubled<A>...>);
+
+// The machine types by width.
+template <MachineType T>
 inline constexpr int kWidth = std::is_same_v<T, mint>    ? 0
                               : std::is_same_v<T, mreal> ? 1
                                                          : 2;
@@ -126,8 +185,6 @@ template <class... A>
 using Widest = OfWidth<widest(kWidth<A>...)>;
 template <class T>
 using Promoted = std::conditional_t<std::is_same_v<T, mint>, mreal, T>;
-template <class... A>
-inline constexpr bool kAllSame = ((kWidth<A> == widest(kWidth<A>...)) && ...);
 
 template <class... A>
 struct Types {};
@@ -139,7 +196,7 @@ constexpr auto resolve() {
     return Types<A...>{};
   } else if constexpr (Defined<Op, Promoted<A>...>) {
     return Types<Promoted<A>...>{};
-  } else if constexpr (sizeof...(A) > 1) {
+  } else if constexpr (sizeof...(A) > 1 && (MachineType<A> && ...)) {
     using W = Widest<A...>;
     if constexpr (Defined<Op, std::enable_if_t<sizeof(A) != 0, W>...>)
       return Types<std::enable_if_t<sizeof(A) != 0, W>...>{};
@@ -156,6 +213,8 @@ constexpr bool has_record() {
     return true;
   } else if constexpr (sizeof...(A) == 1) {
     return Defined<Op, Promoted<A>...>;
+  } else if constexpr (!(MachineType<A> && ...)) {
+    return false;
   } else if constexpr (!kAllSame<A...>) {
     using W = Widest<A...>;
     return Defined<Op, std::enable_if_t<sizeof(A) != 0, W>...>;
@@ -168,6 +227,8 @@ template <class To, class From>
 ZENTHAR_KERNEL To widen(From x) {
   if constexpr (std::is_same_v<To, From>) {
     return x;
+  } else if constexpr (std::is_same_v<From, complex32>) {
+    return To{x.re, x.im};
   } else if constexpr (std::is_same_v<To, mcomplex>) {
     return mcomplex{mreal(x), 0.0};
   } else {
@@ -175,12 +236,27 @@ ZENTHAR_KERNEL To widen(From x) {
   }
 }
 
+// A result computed in the doubled type, as the arguments' types have it.
+template <class R>
+ZENTHAR_KERNEL auto narrowed(R x) {
+  if constexpr (std::is_same_v<R, mreal>) {
+    return float(x);
+  } else if constexpr (std::is_same_v<R, mcomplex>) {
+    return complex32{float(x.re), float(x.im)};
+  } else {
+    return x;
+  }
+}
+
 template <class Op, class C, class... A>
 ZENTHAR_KERNEL auto evaluate_own(C checks, A... a) {
   if constexpr (HasChecked<Op, A...>) {
     return Op::checked(a..., checks);
-  } else {
+  } else if constexpr (HasValue<Op, A...>) {
     return Outcome<decltype(Op::value(a...))>{Op::value(a...), Failure::kNone};
+  } else {
+    const auto doubled = evaluate_own<Op>(checks, widen<Doubled<A>>(a)...);
+    return Outcome<decltype(narrowed(doubled.value))>{narrowed(doubled.value), doubled.failure};
   }
 }
 
@@ -205,19 +281,35 @@ concept FailsOnlyChecked = bool(requires { Op::kFailsOnlyChecked; });
 
 // Whether flag 2 looks at the result.
 template <class Op, class R>
-inline constexpr bool kChecksResult =
-    !ResultUnchecked<Op> && (std::is_same_v<R, mreal> || std::is_same_v<R, mcomplex>);
+inline constexpr bool kChecksResult = !ResultUnchecked<Op> && (AnyReal<R> || AnyComplex<R>);
 
 inline constexpr mreal kLargest = 1.7976931348623157e308;
+template <AnyReal T>
+inline constexpr T kLargestOf = T(kLargest);
+template <>
+inline constexpr float kLargestOf<float> = 3.4028234663852886e38f;
 
-ZENTHAR_KERNEL bool is_finite(mreal x) { return __builtin_fabs(x) <= kLargest; }
-ZENTHAR_KERNEL bool is_finite(mcomplex z) { return is_finite(z.re) && is_finite(z.im); }
+ZENTHAR_KERNEL mreal absolute(mreal x) { return __builtin_fabs(x); }
+ZENTHAR_KERNEL float absolute(float x) { return __builtin_fabsf(x); }
 
-ZENTHAR_KERNEL Failure failure_of(mreal x) {
-  if (x != x) return Failure::kNaN;
-  return fail_if(__builtin_fabs(x) > kLargest, Failure::kInfinite);
+template <AnyReal T>
+ZENTHAR_KERNEL bool is_finite(T x) {
+  return absolute(x) <= kLargestOf<T>;
 }
-ZENTHAR_KERNEL Failure failure_of(mcomplex z) { return either(failure_of(z.re), failure_of(z.im)); }
+template <AnyComplex Z>
+ZENTHAR_KERNEL bool is_finite(Z z) {
+  return is_finite(z.re) && is_finite(z.im);
+}
+
+template <AnyReal T>
+ZENTHAR_KERNEL Failure failure_of(T x) {
+  if (x != x) return Failure::kNaN;
+  return fail_if(!is_finite(x), Failure::kInfinite);
+}
+template <AnyComplex Z>
+ZENTHAR_KERNEL Failure failure_of(Z z) {
+  return either(failure_of(z.re), failure_of(z.im));
+}
 
 }  // namespace zenthar::ZENTHAR_TARGET
 

@@ -7,34 +7,47 @@
 namespace zenthar::ZENTHAR_TARGET {
 
 struct Pos {
-  ZENTHAR_KERNEL static mint value(mint x) { return x > 0; }
-  ZENTHAR_KERNEL static mint value(mreal x) { return x > 0.0; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return x > T(0);
+  }
 };
 struct Neg {
-  ZENTHAR_KERNEL static mint value(mint x) { return x < 0; }
-  ZENTHAR_KERNEL static mint value(mreal x) { return x < 0.0; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return x < T(0);
+  }
 };
 struct NPos {
-  ZENTHAR_KERNEL static mint value(mint x) { return x <= 0; }
-  ZENTHAR_KERNEL static mint value(mreal x) { return x <= 0.0; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return x <= T(0);
+  }
 };
 struct NNeg {
-  ZENTHAR_KERNEL static mint value(mint x) { return x >= 0; }
-  ZENTHAR_KERNEL static mint value(mreal x) { return x >= 0.0; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return x >= T(0);
+  }
 };
 struct NotNeg {
   ZENTHAR_KERNEL static mint value(mreal x) { return !(x < 0.0); }
 };
 
 struct Unitize {
-  ZENTHAR_KERNEL static mint value(mint x) { return x != 0; }
-  ZENTHAR_KERNEL static mint value(mreal x) { return x != 0.0; }
-  ZENTHAR_KERNEL static mint value(mcomplex z) { return (z.re != 0.0) | (z.im != 0.0); }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return x != T(0);
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static mint value(Z z) {
+    return (z.re != 0) | (z.im != 0);
+  }
 
   // With a tolerance.
-  template <class C>
-  ZENTHAR_KERNEL static Outcome<mint> checked(mint n, mint tolerance, C) {
-    return {unsigned_magnitude(n) >= uint64_t(tolerance), fail_if(tolerance <= 0, Failure::kDomain)};
+  template <AnyInteger T, class C>
+  ZENTHAR_KERNEL static Outcome<mint> checked(T n, T tolerance, C) {
+    return {unsigned_magnitude(n) >= Unsigned<T>(tolerance), fail_if(tolerance <= T(0), Failure::kDomain)};
   }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mreal x, mreal tolerance, C) {
@@ -59,30 +72,57 @@ struct Chop {
 };
 
 // A NaN gives way to the other operand.
-ZENTHAR_KERNEL mreal larger(mreal a, mreal b) { return ((a > b) | (b != b)) ? a : b; }
-ZENTHAR_KERNEL mreal smaller(mreal a, mreal b) { return ((a < b) | (b != b)) ? a : b; }
+template <AnyNumber T>
+ZENTHAR_KERNEL bool is_nan(T x) {
+  if constexpr (AnyReal<T>) {
+    return x != x;
+  } else {
+    return false;
+  }
+}
+template <AnyNumber T>
+ZENTHAR_KERNEL T larger(T a, T b) {
+  return ((a > b) | is_nan(b)) ? a : b;
+}
+template <AnyNumber T>
+ZENTHAR_KERNEL T smaller(T a, T b) {
+  return ((a < b) | is_nan(b)) ? a : b;
+}
 
 struct Min {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a < b ? a : b; }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return smaller(a, b); }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return smaller(a, b);
+  }
 };
 struct Max {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a > b ? a : b; }
-  ZENTHAR_KERNEL static mreal value(mreal a, mreal b) { return larger(a, b); }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static T value(T a, T b) {
+    return larger(a, b);
+  }
 };
 
 struct Equal {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a == b; }
-  ZENTHAR_KERNEL static mint value(mreal a, mreal b) { return a == b; }
-  ZENTHAR_KERNEL static mint value(mcomplex a, mcomplex b) { return (a.re == b.re) & (a.im == b.im); }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T a, T b) {
+    return a == b;
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static mint value(Z a, Z b) {
+    return (a.re == b.re) & (a.im == b.im);
+  }
 };
 struct Less {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a < b; }
-  ZENTHAR_KERNEL static mint value(mreal a, mreal b) { return a < b; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T a, T b) {
+    return a < b;
+  }
 };
 struct LessEqual {
-  ZENTHAR_KERNEL static mint value(mint a, mint b) { return a <= b; }
-  ZENTHAR_KERNEL static mint value(mreal a, mreal b) { return a <= b; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static mint value(T a, T b) {
+    return a <= b;
+  }
 };
 
 }  // namespace zenthar::ZENTHAR_TARGET

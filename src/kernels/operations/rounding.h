@@ -16,7 +16,10 @@ ZENTHAR_KERNEL Outcome<mint> converted(mreal whole, C checks) {
 // To the nearest, ties to even: the mode that is in force.
 struct Round {
   static constexpr bool kFailsOnlyChecked = true;
-  ZENTHAR_KERNEL static mint value(mint x) { return x; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x;
+  }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mreal x, C checks) {
     return converted(__builtin_rint(x), checks);
@@ -25,7 +28,10 @@ struct Round {
 
 struct Floor {
   static constexpr bool kFailsOnlyChecked = true;
-  ZENTHAR_KERNEL static mint value(mint x) { return x; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x;
+  }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mreal x, C checks) {
     return converted(__builtin_floor(x), checks);
@@ -34,7 +40,10 @@ struct Floor {
 
 struct Ceiling {
   static constexpr bool kFailsOnlyChecked = true;
-  ZENTHAR_KERNEL static mint value(mint x) { return x; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x;
+  }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mreal x, C checks) {
     return converted(__builtin_ceil(x), checks);
@@ -43,7 +52,10 @@ struct Ceiling {
 
 struct IntPart {
   static constexpr bool kFailsOnlyChecked = true;
-  ZENTHAR_KERNEL static mint value(mint x) { return x; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x;
+  }
   template <class C>
   ZENTHAR_KERNEL static Outcome<mint> checked(mreal x, C checks) {
     return converted(x, checks);
@@ -51,34 +63,60 @@ struct IntPart {
 };
 
 // As modf has it: with the sign of x, and 0 for infinities.
-ZENTHAR_KERNEL mreal fractional_part(mreal x) {
-  const mreal part = __builtin_fabs(x) > kLargest ? 0.0 : x - __builtin_trunc(x);
-  return x != x ? x : __builtin_copysign(part, x);
+template <AnyReal T>
+ZENTHAR_KERNEL T fractional_part(T x) {
+  const T part = absolute(x) > kLargestOf<T> ? T(0) : x - truncated(x);
+  return x != x ? x : with_sign(part, x);
 }
 
 // x mod 1 in [0, 1); the sum with 1 of a tiny fractional part would round to 1.
-ZENTHAR_KERNEL mreal modulo_one(mreal x) {
-  const mreal part = fractional_part(x);
-  const mreal sum = part == 0.0 ? 0.0 : part + 1.0;
-  return x < 0.0 ? (sum == 1.0 ? 0.0 : sum) : part;
+template <AnyReal T>
+ZENTHAR_KERNEL T modulo_one(T x) {
+  const T part = fractional_part(x);
+  const T sum = part == T(0) ? T(0) : part + T(1);
+  return x < T(0) ? (sum == T(1) ? T(0) : sum) : part;
 }
 
 struct FracPart {
-  ZENTHAR_KERNEL static mint value(mint) { return 0; }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return fractional_part(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return {fractional_part(z.re), fractional_part(z.im)}; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T) {
+    return T(0);
+  }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return fractional_part(x);
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Z value(Z z) {
+    return {fractional_part(z.re), fractional_part(z.im)};
+  }
 };
 
 struct Mod1 {
-  ZENTHAR_KERNEL static mint value(mint) { return 0; }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return modulo_one(x); }
-  ZENTHAR_KERNEL static mcomplex value(mcomplex z) { return {modulo_one(z.re), modulo_one(z.im)}; }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T) {
+    return T(0);
+  }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return modulo_one(x);
+  }
+  template <AnyComplex Z>
+  ZENTHAR_KERNEL static Z value(Z z) {
+    return {modulo_one(z.re), modulo_one(z.im)};
+  }
 };
 
 // Signs of reals: a NaN is neither 0 nor below 0, so its sign is 1.
 struct RealSign {
-  ZENTHAR_KERNEL static mint value(mint x) { return (x > 0) - (x < 0); }
-  ZENTHAR_KERNEL static mint value(mreal x) { return mint(x != 0.0) - 2 * mint(x < 0.0); }
+  template <AnyInteger T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return T((x > 0) - is_negative(x));
+  }
+  template <AnyReal T>
+  ZENTHAR_KERNEL static mint value(T x) {
+    return mint(x != T(0)) - 2 * mint(x < T(0));
+  }
 };
 
 struct Sign : RealSign {
@@ -95,8 +133,10 @@ struct Sign : RealSign {
 };
 
 struct Ramp {
-  ZENTHAR_KERNEL static mint value(mint x) { return x > 0 ? x : 0; }
-  ZENTHAR_KERNEL static mreal value(mreal x) { return x > 0.0 ? x : 0.0; }
+  template <AnyNumber T>
+  ZENTHAR_KERNEL static T value(T x) {
+    return x > T(0) ? x : T(0);
+  }
 };
 
 struct UnitBox {

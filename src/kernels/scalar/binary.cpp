@@ -26,8 +26,6 @@ using namespace zenthar::scalar;
 ZENTHAR_BINARY_OPERATIONS(ZENTHAR_ROW)
 #undef ZENTHAR_ROW
 
-constinit const BinaryScalarRow zenthar::kBinaryScalar[kSlots] = {
-    binary_row<MakeScalarRecord, BinaryScalarRow, mint>(),
-    binary_row<MakeScalarRecord, BinaryScalarRow, mreal>(),
-    binary_row<MakeScalarRecord, BinaryScalarRow, mcomplex>(),
-};
+template ScalarRows<mint>::Binary ScalarRows<mint>::binary;
+template ScalarRows<mreal>::Binary ScalarRows<mreal>::binary;
+template ScalarRows<mcomplex>::Binary ScalarRows<mcomplex>::binary;

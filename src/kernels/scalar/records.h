@@ -27,6 +27,7 @@ int32_t ternary_record(void* result, const void* a, const void* b, void* c, uint
 }
 
 struct MakeScalarRecord {
+  using Tables = ScalarTables;
   template <class Op, ThresholdClass, class A>
   static constexpr ScalarRecord<UnaryScalarFunction> unary() {
     return {unary_record<Op, A>, kTypeId<Result<Op, A>>};
@@ -40,6 +41,9 @@ struct MakeScalarRecord {
     return {ternary_record<Op, A, B, C>, kTypeId<Result<Op, A, B, C>>};
   }
 };
+
+template <class A>
+using ScalarRows = Rows<MakeScalarRecord, A>;
 
 }  // namespace zenthar::ZENTHAR_TARGET
 

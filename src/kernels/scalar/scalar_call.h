@@ -17,7 +17,10 @@ ZENTHAR_KERNEL int32_t status_of(Failure failure) {
   return raise_error(code_of(failure_of(mcomplex{re, im})));
 }
 ZENTHAR_KERNEL int32_t raise_result(mreal x) { return raise_parts(x, 0.0); }
-ZENTHAR_KERNEL int32_t raise_result(mcomplex z) { return raise_parts(z.re, z.im); }
+template <AnyComplex Z>
+ZENTHAR_KERNEL int32_t raise_result(Z z) {
+  return raise_parts(z.re, z.im);
+}
 
 template <class Op, class... A>
 ZENTHAR_KERNEL int32_t scalar_call(void* result, uint32_t flags, A... a) {

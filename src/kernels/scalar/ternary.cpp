@@ -29,8 +29,6 @@ using namespace zenthar::scalar;
 ZENTHAR_TERNARY_OPERATIONS(ZENTHAR_ROW)
 #undef ZENTHAR_ROW
 
-constinit const TernaryScalarRow zenthar::kTernaryScalar[kSlots] = {
-    ternary_row<MakeScalarRecord, TernaryScalarRow, mint>(),
-    ternary_row<MakeScalarRecord, TernaryScalarRow, mreal>(),
-    ternary_row<MakeScalarRecord, TernaryScalarRow, mcomplex>(),
-};
+template ScalarRows<mint>::Ternary ScalarRows<mint>::ternary;
+template ScalarRows<mreal>::Ternary ScalarRows<mreal>::ternary;
+template ScalarRows<mcomplex>::Ternary ScalarRows<mcomplex>::ternary;

@@ -19,8 +19,6 @@ using namespace zenthar::scalar;
 ZENTHAR_UNARY_OPERATIONS(ZENTHAR_ROW)
 #undef ZENTHAR_ROW
 
-constinit const UnaryScalarRow zenthar::kUnaryScalar[kSlots] = {
-    unary_row<MakeScalarRecord, UnaryScalarRow, mint>(),
-    unary_row<MakeScalarRecord, UnaryScalarRow, mreal>(),
-    unary_row<MakeScalarRecord, UnaryScalarRow, mcomplex>(),
-};
+template ScalarRows<mint>::Unary ScalarRows<mint>::unary;
+template ScalarRows<mreal>::Unary ScalarRows<mreal>::unary;
+template ScalarRows<mcomplex>::Unary ScalarRows<mcomplex>::unary;

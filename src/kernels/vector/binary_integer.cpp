@@ -3,6 +3,6 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-constinit const BinaryVectorRow kBinaryInteger = binary_row<MakeVectorFunction, BinaryVectorRow, mint>();
+template VectorRows<mint>::Binary VectorRows<mint>::binary;
 
 }  // namespace zenthar::ZENTHAR_TARGET

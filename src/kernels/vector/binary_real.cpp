@@ -1,8 +1,10 @@
-// The vector functions of two arguments, the first of them reals.
+// The vector functions of two arguments, the first of them reals, of both precisions: the lower one mostly
+// goes through the loops of the higher.
 #include "kernels/vector/loops.h"
 
 namespace zenthar::ZENTHAR_TARGET {
 
-constinit const BinaryVectorRow kBinaryReal = binary_row<MakeVectorFunction, BinaryVectorRow, mreal>();
+template VectorRows<mreal>::Binary VectorRows<mreal>::binary;
+template VectorRows<float>::Binary VectorRows<float>::binary;
 
 }  // namespace zenthar::ZENTHAR_TARGET

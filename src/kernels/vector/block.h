@@ -13,11 +13,13 @@ namespace zenthar::ZENTHAR_TARGET {
 // Not 0 for a NaN or an infinity: x - x is 0.0, whose bits are 0, for a finite x alone. Made of one
 // subtraction and one OR, it costs a loop less than comparisons.
 ZENTHAR_KERNEL int64_t probe(mreal x) { return __builtin_bit_cast(int64_t, x - x); }
+ZENTHAR_KERNEL int32_t probe(float x) { return __builtin_bit_cast(int32_t, x - x); }
 
-inline int64_t probe_run(const void* reals, mint n) {
-  int64_t found = 0;
+template <AnyReal T>
+int64_t probe_run(const void* reals, mint n) {
+  decltype(probe(T())) found = 0;
 #pragma omp simd reduction(| : found)
-  for (mint i = 0; i < n; ++i) found |= probe(load<mreal>(reals, i));
+  for (mint i = 0; i < n; ++i) found |= probe(load<T>(reals, i));
   return found;
 }
 
@@ -30,14 +32,19 @@ ZENTHAR_KERNEL void* from_element(void* run, mint i) {
   return static_cast<char*>(run) + i * mint(sizeof(T));
 }
 
+// What the failures of a loop are gathered in: integers as wide as the results.
+template <class R>
+using Gathered = std::conditional_t<
+    sizeof(R) == 1, int8_t,
+    std::conditional_t<sizeof(R) == 2, int16_t, std::conditional_t<sizeof(R) == 4, int32_t, int64_t>>>;
+
 // The elements of an operation on arguments of the types it names. This is where an operation gets a loop of
 // its own: a specialisation computes n elements and returns 0,
 // or not 0 when some arguments may have failed. `kProbes` says that flag 2 has been seen to.
 template <class Op, uint32_t kFlags, class... A>
 struct Loop {
   using R = Result<Op, A...>;
-  static constexpr bool kProbes =
-      std::is_same_v<R, mreal> && kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
+  static constexpr bool kProbes = AnyReal<R> && kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
 
   static int64_t run(void* result, const void* const* operands, mint n) {
     return run(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
@@ -47,12 +54,12 @@ struct Loop {
   ZENTHAR_KERNEL static int64_t run(void* result, const void* const* operands, mint n,
                                     std::integer_sequence<int, k...>) {
     const void* const own[] = {operands[k]...};
-    int64_t failed = 0;
+    Gathered<R> failed = 0;
 #pragma omp simd reduction(| : failed)
     for (mint i = 0; i < n; ++i) {
       const Outcome<R> outcome = evaluate_own<Op>(BlockChecks<kFlags>{}, load<A>(own[k], i)...);
       store(result, i, outcome.value);
-      failed |= int64_t(outcome.failure);
+      failed |= Gathered<R>(outcome.failure);
       if constexpr (kProbes) failed |= probe(outcome.value);
     }
     return failed;
@@ -67,6 +74,10 @@ struct Loop<Op, kFlags, A...> {
   static constexpr bool kProbes = kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
   static int64_t run(void* result, const void* const* operands, mint n);
 };
+template <AnyReal T>
+T part_of(T);
+template <AnyComplex Z>
+PartOf<Z> part_of(Z);
 
 // Operations that do to both parts of complexes what they do to reals.
 template <class Op>
@@ -85,8 +96,8 @@ struct Block {
   using R = Result<Op, A...>;
 
   static int64_t compute(void* result, const void* const* operands, mint n) {
-    if constexpr (kByParts<Op> && (std::is_same_v<A, mcomplex> && ...)) {
-      return Block<Op, kFlags, std::enable_if_t<sizeof(A) != 0, mreal>...>::compute(result, operands, 2 * n);
+    if constexpr (kByParts<Op> && (AnyComplex<A> && ...)) {
+      return Block<Op, kFlags, PartOf<A>...>::compute(result, operands, 2 * n);
     } else if constexpr (kChecksResult<Op, R> && (kFlags & kCheckReals) != 0 &&
                          !Loop<Op, kFlags, A...>::kProbes) {
       return in_pieces(result, operands, n, std::make_integer_sequence<int, sizeof...(A)>{});
@@ -100,14 +111,15 @@ struct Block {
   static int64_t in_pieces(void* result, const void* const* operands, mint n,
                            std::integer_sequence<int, k...>) {
     constexpr mint kPiece = 256;
-    constexpr mint kParts = sizeof(R) / sizeof(mreal);
+    constexpr mint kParts = AnyComplex<R> ? 2 : 1;
+    using Part = decltype(part_of(R()));
     int64_t failed = 0;
     for (mint i = 0; i < n; i += kPiece) {
       const mint m = n - i < kPiece ? n - i : kPiece;
       const void* const own[] = {from_element<A>(operands[k], i)...};
       void* const to = from_element<R>(result, i);
       failed |= Loop<Op, kFlags, A...>::run(to, own, m);
-      failed |= probe_run(to, m * kParts);
+      failed |= probe_run<Part>(to, m * kParts);
     }
     return failed;
   }
@@ -216,37 +228,45 @@ struct Loop<IntPart, kFlags, mreal> : RoundingLoop<IntPart, kFlags> {};
 #endif
 #endif
 
-// Products with the overflow check. Elements are mostly small: the bits that they need are gathered beside
-// the products of a piece, and only where they leave room for an overflow are the products looked at again,
-// one by one.
-template <>
-struct Block<Times, kCheckOverflow, mint, mint> {
+// Products of the wider integers with the overflow check. Elements are mostly small: the bits that they need
+// are gathered beside the products of a piece, and only where they leave room for an overflow are the
+// products looked at again, one by one.
+template <AnyInteger T>
+requires(sizeof(T) >= 4) struct Block<Times, kCheckOverflow, T, T> {
   static int64_t compute(void* result, const void* const* operands, mint n) {
     constexpr mint kPiece = 512;
     int64_t failed = 0;
     for (mint i = 0; i < n; i += kPiece)
-      failed |= piece(from_element<mint>(result, i), from_element<mint>(operands[0], i),
-                      from_element<mint>(operands[1], i), n - i < kPiece ? n - i : kPiece);
+      failed |= piece(from_element<T>(result, i), from_element<T>(operands[0], i),
+                      from_element<T>(operands[1], i), n - i < kPiece ? n - i : kPiece);
     return failed;
   }
 
   static int64_t piece(void* result, const void* a, const void* b, mint n) {
-    // The topmost bit of x ^ 2x is bit p for the least p such that -2^p <= x < 2^p.
-    uint64_t a_bits = 1, b_bits = 1;
+    using U = Unsigned<T>;
+    U a_bits = 1, b_bits = 1;
 #pragma omp simd reduction(| : a_bits, b_bits)
     for (mint i = 0; i < n; ++i) {
-      const auto x = load<uint64_t>(a, i), y = load<uint64_t>(b, i);
-      a_bits |= x ^ (x + x);
-      b_bits |= y ^ (y + y);
-      store(result, i, x * y);
+      const U x = load<U>(a, i), y = load<U>(b, i);
+      a_bits |= needed_bits(x);
+      b_bits |= needed_bits(y);
+      store(result, i, U(x * y));
     }
-    if (__builtin_clzll(a_bits) + __builtin_clzll(b_bits) >= 64) return 0;  // |x y| <= 2^62
+    // With p and q the topmost bits, |x| <= 2^p and |y| <= 2^q of signed elements have a product of at most
+    // 2^(bits - 2); x < 2^(p + 1) and y < 2^(q + 1) of unsigned ones have one below 2^bits.
+    if (leading_zeros(a_bits) + leading_zeros(b_bits) >= kBits<T>) return 0;
     int64_t failed = 0;
 #pragma omp simd reduction(| : failed)
     for (mint i = 0; i < n; ++i)
-      failed |= int64_t(multiply(load<mint>(a, i), load<mint>(b, i), BlockChecks<kCheckOverflow>{}).failure);
+      failed |= int64_t(multiply(load<T>(a, i), load<T>(b, i), BlockChecks<kCheckOverflow>{}).failure);
     return failed;
   }
+
+  // Its topmost bit is bit p for the least p such that -2^p <= x < 2^p, of an unsigned x < 2^(p + 1).
+  ZENTHAR_KERNEL static Unsigned<T> needed_bits(Unsigned<T> x) {
+    return kSigned<T> ? Unsigned<T>(x ^ (x + x)) : x;
+  }
+  static int leading_zeros(uint64_t bits) { return __builtin_clzll(bits) - (64 - kBits<T>); }
 };
 
 }  // namespace zenthar::ZENTHAR_TARGET

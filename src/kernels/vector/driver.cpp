@@ -39,11 +39,13 @@ class Plan {
     const bool checked = flags & kernel.check;
     function_ = checked ? kernel.checked : kernel.plain;
     const bool looks = checked ? kernel.checked_looks : kernel.plain_looks;
+    checks_narrowed_ = checked && kernel.checks_result;
+    result_size_ = kernel.narrowed.narrow ? kernel.narrowed.size : kernel.result_size;
+    if (kernel.narrowed.narrow) block_ = kBufferBytes / kernel.result_size;
     for (int k = 0; k < kernel.arity; ++k) {
       Source& source = sources_[k];
       source.data = static_cast<const char*>(operands[k].data);
-      const bool overwritten =
-          looks && overlaps(source.data, n * kernel.operand_size[k], n * kernel.result_size);
+      const bool overwritten = looks && overlaps(source.data, n * kernel.operand_size[k], n * result_size_);
       source.way = operands[k].step == 0          ? Way::kRepeat
                    : kernel.convert[k] != nullptr ? Way::kConvert
                    : overwritten                  ? Way::kKeep
@@ -62,20 +64,19 @@ class Plan {
   // since vectors that straddle two take twice the time.
   mint first_block(mint from) const {
     constexpr uintptr_t kLine = 64;
-    const uintptr_t before = -reinterpret_cast<uintptr_t>(result_ + from * kernel_.result_size) % kLine;
-    return before != 0 && before % kernel_.result_size == 0 ? mint(before / kernel_.result_size) : block_;
+    const uintptr_t before = -reinterpret_cast<uintptr_t>(result_ + from * result_size_) % kLine;
+    return before != 0 && before % uintptr_t(result_size_) == 0 ? mint(before) / result_size_ : block_;
   }
 
   // Computes elements [from, from + n), at most a block of them, with buffers for the operands of this block.
   FirstFailure compute(mint from, mint n, Buffer* buffers) const {
     const void* operands[3];
     for (int k = 0; k < kernel_.arity; ++k) operands[k] = operand(k, from, n, buffers[k]);
-    char* const result = result_ + from * kernel_.result_size;
+    char* const result = result_ + from * result_size_;
+    if (kernel_.narrowed.narrow) return compute_narrowed(result, from, operands, n);
     if (function_(result, operands, n) == 0) [[likely]]
       return {-1, 0};
-    FirstFailure failure = kernel_.locate(result, operands, n, flags_);
-    if (failure.index >= 0) failure.index += from;
-    return failure;
+    return located(result, from, operands, n);
   }
 
  private:
@@ -85,6 +86,23 @@ class Plan {
     Way way;
   };
 
+  FirstFailure compute_narrowed(char* to, mint from, const void* const* operands, mint n) const {
+    alignas(64) Buffer results;
+    int64_t failed = function_(results, operands, n);
+    const int64_t not_finite = kernel_.narrowed.narrow(to, results, n);
+    if (checks_narrowed_) failed |= not_finite;
+    if (failed == 0) [[likely]]
+      return {-1, 0};
+    kernel_.narrowed.widen(results, to, n);  // results are judged as they are stored
+    return located(results, from, operands, n);
+  }
+
+  FirstFailure located(const void* results, mint from, const void* const* operands, mint n) const {
+    FirstFailure failure = kernel_.locate(results, operands, n, flags_);
+    if (failure.index >= 0) failure.index += from;
+    return failure;
+  }
+
   bool overlaps(const char* data, mint bytes, mint result_bytes) const {
     const auto a = reinterpret_cast<uintptr_t>(data), r = reinterpret_cast<uintptr_t>(result_);
     return a < r + uintptr_t(result_bytes) && r < a + uintptr_t(bytes);
@@ -92,12 +110,20 @@ class Plan {
 
   // Fills an operand's buffer with its only element.
   void repeat(int k, mint n) {
-    const mint size = kernel_.evaluated_size[k];  // 8 or 16
+    mint size = kernel_.evaluated_size[k];  // 1, 2, 4, 8 or 16
     char* const buffer = repeated_[k];
     if (kernel_.convert[k]) {
       kernel_.convert[k](buffer, sources_[k].data, 1);
     } else {
       std::memcpy(buffer, sources_[k].data, size_t(size));
+    }
+    if (size < 8) {  // words of equal elements
+      uint64_t word = 0;
+      std::memcpy(&word, buffer, size_t(size));
+      for (mint bits = 8 * size; bits < 64; bits *= 2) word |= word << bits;
+      std::memcpy(buffer, &word, sizeof word);
+      n = (n * size + 7) / 8;
+      size = 8;
     }
     // A few by hand, since short runs should not wait for calls; then by doubling.
     constexpr mint kByHand = 16;
@@ -135,6 +161,8 @@ class Plan {
   char* result_;
   uint32_t flags_;
   BlockFunction function_;
+  bool checks_narrowed_;
+  mint result_size_;
   mint block_ = kDirectBlock;
   Source sources_[3];
   alignas(64) Buffer repeated_[3];

@@ -2,8 +2,9 @@
 //
 // A vector function of a target is a VectorKernel, loops over one block without and with checks, and a thin
 // function of its own that hands it to run_vector(). The driver cuts the run into blocks, converts operands
-// of narrower types and repeats scalar ones in buffers, keeps operands that the result overwrites until they
-// are no longer needed, and when a block reports a failure asks the kernel which element it was.
+// of narrower types and repeats scalar ones in buffers, rounds results that are stored in a narrower type,
+// keeps operands that the result overwrites until they are no longer needed, and when a block reports a
+// failure asks the kernel which element it was.
 #ifndef ZENTHAR_KERNELS_VECTOR_DRIVER_H
 #define ZENTHAR_KERNELS_VECTOR_DRIVER_H
 
@@ -24,20 +25,31 @@ using LocateFunction = FirstFailure (*)(const void* result, const void* const* o
                                         uint32_t flags);
 // Converts n elements; both runs are contiguous.
 using ConvertFunction = void (*)(void* to, const void* from, mint n);
+// Rounds n results to a narrower type; not 0 where one of them is no finite number then.
+using NarrowFunction = int64_t (*)(void* to, const void* from, mint n);
+
+// How the results of a kernel are stored that computes them in a wider type; empty where it does not.
+struct NarrowedResults {
+  NarrowFunction narrow = nullptr;
+  ConvertFunction widen = nullptr;
+  uint8_t size = 0;  // of an element as stored
+};
 
 struct VectorKernel {
   BlockFunction plain;
   BlockFunction checked;
   LocateFunction locate;
   ConvertFunction convert[3];  // null where the operand has the type it is evaluated in
-  uint8_t operand_size[3];     // bytes of an element as given
-  uint8_t evaluated_size[3];   // and as evaluated
-  uint8_t result_size;
+  NarrowedResults narrowed;
+  uint8_t operand_size[3];    // bytes of an element as given
+  uint8_t evaluated_size[3];  // and as evaluated
+  uint8_t result_size;        // as evaluated
   uint8_t arity;
   uint8_t threshold_class;
   uint8_t check;       // the flag that asks for `checked`
   bool plain_looks;    // whether finding a failure needs the operands, without checks
   bool checked_looks;  // and with them
+  bool checks_result;  // whether checks look at the results
 };
 
 struct VectorOperand {

@@ -26,7 +26,7 @@ struct Locate {
                             std::integer_sequence<int, k...>) {
     for (mint i = 0; i < n; ++i) {
       Failure failure = Failure::kNone;
-      if constexpr (HasChecked<Op, A...>)
+      if constexpr (CanFail<Op, A...>)
         failure = evaluate_own<Op>(CallChecks{flags}, load<A>(operands[k], i)...).failure;
       if constexpr (kChecksResult<Op, R>) {
         if (failure == Failure::kNone && (flags & kCheckReals)) failure = failure_of(load<R>(result, i));
@@ -52,15 +52,32 @@ ZENTHAR_KERNEL mreal nearest_real(mint x) {
 
 template <class To, class From>
 void convert(void* to, const void* from, mint n) {
+  if constexpr (std::is_same_v<From, complex32>) {
+    convert<mreal, float>(to, from, 2 * n);
+  } else {
 #pragma omp simd
-  for (mint i = 0; i < n; ++i) {
-    if constexpr (std::is_same_v<From, mint>) {
-      store(to, i, widen<To>(nearest_real(load<mint>(from, i))));
-    } else {
-      store(to, i, widen<To>(load<From>(from, i)));
+    for (mint i = 0; i < n; ++i) {
+      if constexpr (std::is_same_v<From, mint>) {
+        store(to, i, widen<To>(nearest_real(load<mint>(from, i))));
+      } else {
+        store(to, i, widen<To>(load<From>(from, i)));
+      }
     }
   }
 }
+
+// Rounds n reals; not 0 where one of them is no finite number then.
+inline int64_t narrow_reals(void* to, const void* from, mint n) {
+  int32_t failed = 0;
+#pragma omp simd reduction(| : failed)
+  for (mint i = 0; i < n; ++i) {
+    const auto x = float(load<mreal>(from, i));
+    store(to, i, x);
+    failed |= probe(x);
+  }
+  return failed;
+}
+inline int64_t narrow_complexes(void* to, const void* from, mint n) { return narrow_reals(to, from, 2 * n); }
 
 template <class To, class From>
 constexpr ConvertFunction converter() {
@@ -71,18 +88,32 @@ constexpr ConvertFunction converter() {
   }
 }
 
+// The results of a kernel that is evaluated in doubled types.
+template <class R, class Evaluated>
+constexpr NarrowedResults narrowed_results() {
+  if constexpr (std::is_same_v<R, Evaluated> || kIsCompensated<R>) {
+    return {};
+  } else if constexpr (AnyReal<R>) {
+    return {narrow_reals, convert<Evaluated, R>, sizeof(R)};
+  } else {
+    return {narrow_complexes, convert<Evaluated, R>, sizeof(R)};
+  }
+}
+
 // The kernel of an operation for arguments of types A, evaluated in types E.
 template <class Op, class... A, class... E>
 constexpr VectorKernel make_kernel(ThresholdClass threshold_class, Types<E...>) {
   using R = Result<Op, E...>;
   // A real result is checked under flag 2, an integer one under flag 4.
-  constexpr uint32_t kCheck = std::is_same_v<R, mint> ? kCheckOverflow : kCheckReals;
-  constexpr bool kLooks = HasChecked<Op, E...>;
+  constexpr uint32_t kCheck = AnyInteger<R> ? kCheckOverflow : kCheckReals;
+  constexpr bool kLooks = CanFail<Op, E...>;
+  constexpr uint32_t kChecked = kLooks || kChecksResult<Op, R> ? kCheck : 0;  // at 0 one loop is enough
   return {
       .plain = Block<Op, 0, E...>::compute,
-      .checked = Block<Op, kCheck, E...>::compute,
+      .checked = Block<Op, kChecked, E...>::compute,
       .locate = Locate<Op, E...>::first,
       .convert = {converter<E, A>()...},
+      .narrowed = narrowed_results<Result<Op, A...>, R>(),
       .operand_size = {sizeof(A)...},
       .evaluated_size = {sizeof(E)...},
       .result_size = sizeof(R),
@@ -91,11 +122,22 @@ constexpr VectorKernel make_kernel(ThresholdClass threshold_class, Types<E...>) 
       .check = kCheck,
       .plain_looks = kLooks && !FailsOnlyChecked<Op>,
       .checked_looks = kLooks,
+      .checks_result = kChecksResult<Op, R>,
   };
 }
 
+// The types that loops evaluate arguments in: the operation's own, or what it is doubled to.
+template <class Op, class... E>
+constexpr auto evaluated_in(Types<E...>) {
+  if constexpr (HasForm<Op, E...>) {
+    return Types<E...>{};
+  } else {
+    return Types<Doubled<E>...>{};
+  }
+}
+
 template <class Op, ThresholdClass kClass, class... A>
-inline constexpr VectorKernel kKernel = make_kernel<Op, A...>(kClass, Resolved<Op, A...>{});
+inline constexpr VectorKernel kKernel = make_kernel<Op, A...>(kClass, evaluated_in<Op>(Resolved<Op, A...>{}));
 
 template <class Op, ThresholdClass kClass, class A>
 int32_t unary_vector(void* result, const void* a, mint n, uint32_t flags) {
@@ -134,6 +176,7 @@ int32_t ternary_vector(void* result, const void* a, mint a_step, const void* b, 
 }
 
 struct MakeVectorFunction {
+  using Tables = VectorTables;
   template <class Op, ThresholdClass kClass, class A>
   static constexpr UnaryVectorFunction unary() {
     return unary_vector<Op, kClass, A>;
@@ -148,10 +191,10 @@ struct MakeVectorFunction {
   }
 };
 
+template <class A>
+using VectorRows = Rows<MakeVectorFunction, A>;
+
 extern const VectorTables kVectorTables;
-extern const UnaryVectorRow kUnaryInteger, kUnaryReal, kUnaryComplex;
-extern const BinaryVectorRow kBinaryInteger, kBinaryReal, kBinaryComplex;
-extern const TernaryVectorRow kTernaryInteger, kTernaryReal, kTernaryComplex;
 
 }  // namespace zenthar::ZENTHAR_TARGET
 

@@ -3,6 +3,6 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-constinit const TernaryVectorRow kTernaryInteger = ternary_row<MakeVectorFunction, TernaryVectorRow, mint>();
+template VectorRows<mint>::Ternary VectorRows<mint>::ternary;
 
 }  // namespace zenthar::ZENTHAR_TARGET

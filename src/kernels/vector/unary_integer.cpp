@@ -3,6 +3,6 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-constinit const UnaryVectorRow kUnaryInteger = unary_row<MakeVectorFunction, UnaryVectorRow, mint>();
+template VectorRows<mint>::Unary VectorRows<mint>::unary;
 
 }  // namespace zenthar::ZENTHAR_TARGET

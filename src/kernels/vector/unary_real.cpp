@@ -1,8 +1,10 @@
-// The vector functions of reals.
+// The vector functions of reals, of both precisions: the lower one mostly goes through the loops of the
+// higher.
 #include "kernels/vector/loops.h"
 
 namespace zenthar::ZENTHAR_TARGET {
 
-constinit const UnaryVectorRow kUnaryReal = unary_row<MakeVectorFunction, UnaryVectorRow, mreal>();
+template VectorRows<mreal>::Unary VectorRows<mreal>::unary;
+template VectorRows<float>::Unary VectorRows<float>::unary;
 
 }  // namespace zenthar::ZENTHAR_TARGET
