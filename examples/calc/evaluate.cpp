@@ -43,6 +43,9 @@ class Machine {
   void run_steps();
   void* destination(const Step& step, mint count);
   void* source(const Operand& operand);
+  MTensor whole(const Operand& operand) const;
+  void save_operands(const Step& step);
+  void run_on_arrays(const Step& step);
   int32_t run_step(const Step& step, void* result, mint count);
 
   const Program& program_;
@@ -82,17 +85,49 @@ void Machine::run_steps() {
   for (step_ = 0; step_ < program_.steps.size(); ++step_) {
     if (checkAbortWatchThrow()) return;
     const Step& step = program_.steps[step_];
-    const mint count = step.result.scalar ? 1 : count_;
-    void* result = destination(step, count);
-    if (result == nullptr) return;
-    if (count_ == 1) {
-      for (size_t i = 0; i < step.operand_count; ++i) {
-        std::memcpy(&operands_[i], source(step.operands[i]), element_size(step.operands[i].type));
-      }
+    if (step.result.scalar && step.operation != 0 && !step.writes_third) {
+      run_on_arrays(step);
+    } else {
+      const mint count = step.result.scalar ? 1 : count_;
+      void* result = destination(step, count);
+      if (result == nullptr) return;
+      save_operands(step);
+      status_ = run_step(step, result, count);
     }
-    status_ = run_step(step, result, count);
     if (status_ != 0) return;
   }
+}
+
+void Machine::save_operands(const Step& step) {
+  if (count_ != 1) return;
+  for (size_t i = 0; i < step.operand_count; ++i) {
+    std::memcpy(&operands_[i], source(step.operands[i]), element_size(step.operands[i].type));
+  }
+}
+
+/// Steps of scalars alone need no part of an array: the library finds the kernel and makes the result.
+void Machine::run_on_arrays(const Step& step) {
+  save_operands(step);
+  const bool last = step_ + 1 == program_.steps.size();
+  MTensor* const result = last ? &result_ : registers_[step.result.index].handle();
+  const MTensor a = whole(step.operands[0]);
+  switch (step.kind) {
+    case Step::Kind::kUnary:
+      status_ = MTensor_applyUnaryMachFunc(result, step.operation, a, kChecks, 1);
+      break;
+    case Step::Kind::kBinary:
+      status_ = MTensor_applyBinaryMachFunc(result, step.operation, a, whole(step.operands[1]), kChecks, 1);
+      break;
+    default:
+      status_ = MTensor_applyTernaryMachFunc(result, step.operation, a, whole(step.operands[1]),
+                                             whole(step.operands[2]), kChecks, 1);
+  }
+  allocation_failed_ = status_ == ZENTHAR_ERROR_NEGATIVE_DIMENSION || status_ == ZENTHAR_ERROR_OUT_OF_MEMORY;
+}
+
+MTensor Machine::whole(const Operand& operand) const {
+  const bool in_register = operand.kind == Operand::Kind::kRegister;
+  return (in_register ? registers_ : program_.arrays)[operand.index].get();
 }
 
 /// Where the step writes: the last one into the result itself, the others into their registers.

@@ -32,6 +32,7 @@ std::vector<Types> widenings(const Types& types, size_t count) {
 /// Finds the vector function of the step for these operand types. Returns the type of the result, 0 when
 /// there is none.
 int32_t find_kernel(Step& step, int32_t operation, const Types& t) {
+  step.operation = operation;
   switch (step.operand_count) {
     case 1:
       step.kind = Step::Kind::kUnary;

@@ -36,6 +36,7 @@ struct Step {
     kCount,  ///< fills the result with first + row: range()
     kCopy    ///< copies the operand, a scalar to every row
   } kind = Kind::kUnary;
+  int32_t operation = 0;
   UnaryVectorFunction unary = nullptr;
   BinaryVectorFunction binary = nullptr;
   TernaryVectorFunction ternary = nullptr;

@@ -9,6 +9,7 @@
 #include "zenthar/comparison.h"
 #include "zenthar/dispatch.h"
 #include "zenthar/errors.h"
+#include "zenthar/evaluation.h"
 #include "zenthar/hashing.h"
 #include "zenthar/host.h"
 #include "zenthar/memory.h"

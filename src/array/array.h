@@ -3,7 +3,13 @@
 
 #include <cstdint>
 
+#include "zenthar/array.h"
+
 namespace zenthar {
+
+// Exchanges type, shape and elements of two arrays; each keeps its count and the flags that do not follow the
+// type.
+void exchange_contents(MNumericArray a, MNumericArray b);
 
 // Phase 0 clears the names of element types, phase 1 makes them known and the rank-0 scratch key.
 void array_initialize(int32_t phase);

@@ -1,4 +1,5 @@
 // The life of an array header: made empty, counted, measured, emptied and released.
+#include "array/array.h"
 #include "array/element_types.h"
 #include "zenthar/array.h"
 #include "zenthar/memory.h"
@@ -15,6 +16,18 @@ void add_to_count(MNumericArray array, uint64_t amount) {
 }
 
 }  // namespace
+
+void zenthar::exchange_contents(MNumericArray a, MNumericArray b) {
+  const auto give = [](MNumericArray to, const st_MNumericArray& from) {
+    const st_MNumericArray old = *to;
+    *to = from;
+    to->flags = (old.flags & ~uint32_t{MNUMERICARRAY_FLAG_TYPE}) | (from.flags & MNUMERICARRAY_FLAG_TYPE);
+    to->refCount = old.refCount;
+  };
+  const st_MNumericArray before = *a;
+  give(a, *b);
+  give(b, before);
+}
 
 MNumericArray MNumericArray_new(void) {
   auto* array = static_cast<MNumericArray>(zalloc(sizeof(st_MNumericArray), 0, 0));
