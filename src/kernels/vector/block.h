@@ -74,6 +74,7 @@ struct Loop<Op, kFlags, A...> {
   static constexpr bool kProbes = kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
   static int64_t run(void* result, const void* const* operands, mint n);
 };
+
 template <AnyReal T>
 T part_of(T);
 template <AnyComplex Z>
