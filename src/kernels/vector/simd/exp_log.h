@@ -9,33 +9,64 @@ namespace zenthar::ZENTHAR_TARGET {
 #include "kernels/vector/simd/coefficients/exponential.inc"
 #include "kernels/vector/simd/coefficients/logarithm.inc"
 
-// exp(x) = 2^exponent (t + rest) to about 2^-64 of itself for |x| < 2^15, with t one of 16 powers of two from
-// 1 to 2 and |rest| < t log(2)/31 (P. T. P. Tang, Table-driven implementation of the exponential function in
-// IEEE floating-point arithmetic, ACM TOMS 15, 1989). exp(0) and its neighbours have t = 1 and exponent 0.
+// x = n log(2)/16 + r with |r.high| <= log(2)/32, for |x| < 2^15, and n = 16 exponent + index (P. T. P. Tang,
+// Table-driven implementation of the exponential function in IEEE floating-point arithmetic, ACM TOMS 15,
+// 1989).
+struct ExpArgument {
+  Double r;
+  Bits index;
+  Nearest exponent;
+};
+
+// `low` is what is to be added to x, if anything.
+struct NoLow {};
+template <class Rest = NoLow>
+ZENTHAR_KERNEL ExpArgument reduce_for_exp(Real x, Rest low = {}) {
+  const Nearest n = nearest(x * kExpScale);
+  const Real first = fused(n.value, -kExpStepHigh, x);  // exact
+  Double r;
+  r.high = fused(n.value, -kExpStepLow, first);
+  r.low = fused(n.value, -kExpStepLow, first - r.high);
+  if constexpr (!std::is_same_v<Rest, NoLow>) r = fast_sum(r.high, r.low + low);
+  return {r, n.integer & 15, nearest(fused(n.value, 0.0625, -0.46875))};
+}
+
+// exp(x + low) with one rounding that counts, for |x| <= 708, with AVX-512 |x| < 2^15.
+template <class Rest = NoLow>
+ZENTHAR_KERNEL Real exp_rounded(Real x, Rest low = {}) {
+  const Nearest n = nearest(x * kExpScale);
+  Real r = fused(n.value, -kExpStepLow, fused(n.value, -kExpStepHigh, x));
+  if constexpr (!std::is_same_v<Rest, NoLow>) r += low;
+  const Real p = fused(r * r, estrin(r, kExpTerms), r);
+  const Bits index = n.integer & 15;
+  const Real t = look_up(kExp2High, index);
+  const Real y = t + fused(t, p, look_up(kExp2Low, index));
+#ifdef __AVX512F__
+  return _mm512_maskz_scalef_pd(kAllLanes, y, n.value * 0.0625);  // rounds the exponent down
+#else
+  // The integer's upper bits are added to the exponent.
+  return real(bits(y) + ((n.integer - index) << 48));
+#endif
+}
+
+// exp(x) = 2^exponent (t + rest) to about 2^-64 of itself, with t one of 16 powers of two from 1 to 2 and
+// |rest| < t log(2)/31. exp(0) and its neighbours have t = 1 and exponent 0.
 struct ExpParts {
   Real t;
   Double rest;
   Nearest exponent;
 };
 
-// `low` is what is to be added to x, if anything.
-struct NoLow {};
-template <class Low = NoLow>
-ZENTHAR_KERNEL ExpParts exp_parts(Real x, Low low = {}) {
-  // x = n log(2)/16 + r
-  const Nearest n = nearest(x * kExpScale);
-  const Real first = fused(n.value, -kExpStepHigh, x);  // exact
-  Double r;
-  r.high = fused(n.value, -kExpStepLow, first);
-  r.low = fused(n.value, -kExpStepLow, first - r.high);
-  if constexpr (!std::is_same_v<Low, NoLow>) r = fast_sum(r.high, r.low + low);
-  const Real tail = fused(r.high * r.high, estrin(r.high, kExpTerms), r.low);
-  const Double excess = fast_sum(r.high, tail);  // exp(r) - 1
-  const Bits index = n.integer & 15;
-  const Real t = look_up(kExp2High, index), t_low = look_up(kExp2Low, index);
+// Where the result is rounded at once, rest.low may stay as large as 2^-12; elsewhere it is a rounding error.
+enum class Low { kRoundingError, kLarge };
+template <Low kLow = Low::kRoundingError>
+ZENTHAR_KERNEL ExpParts exp_parts(const ExpArgument& a) {
+  const Double r = a.r;
+  Double excess = {r.high, fused(r.high * r.high, estrin(r.high, kExpTerms), r.low)};  // exp(r) - 1
+  if constexpr (kLow == Low::kRoundingError) excess = fast_sum(excess.high, excess.low);
+  const Real t = look_up(kExp2High, a.index), t_low = look_up(kExp2Low, a.index);
   const Double p = product(t, excess.high);
-  const Real p_low = fused(t, excess.low, fused(t_low, excess.high, p.low)) + t_low;
-  return {t, {p.high, p_low}, nearest(fused(n.value, 0.0625, -0.46875))};
+  return {t, {p.high, fused(t, excess.low, fused(t_low, excess.high, p.low)) + t_low}, a.exponent};
 }
 
 // t + rest + c
@@ -50,7 +81,7 @@ ZENTHAR_KERNEL Double whole(const ExpParts& y, Double t_and_c) {
 
 // exp(x) to about 2^-63 of itself for |x.high| <= 708.
 ZENTHAR_KERNEL Double exp_double(Double x) {
-  const ExpParts y = exp_parts(x.high, x.low);
+  const ExpParts y = exp_parts(reduce_for_exp(x.high, x.low));
   const Double t = whole(y);
   return {scale_normal(t.high, y.exponent), scale_normal(t.low, y.exponent)};
 }
@@ -124,14 +155,14 @@ ZENTHAR_KERNEL Real excess(Real m, Real c) {
 // 1/c, and the series of log(1 + r) for r = m c - 1 (P. T. P. Tang, Table-driven implementation of the
 // logarithm function in IEEE floating-point arithmetic, ACM TOMS 16, 1990). `low` is what
 // is to be added to m, if anything.
-template <class Base, class Low = NoLow>
-ZENTHAR_KERNEL Real log_of_parts(Real exponent, Real m, Low low = {}) {
+template <class Base, class Rest = NoLow>
+ZENTHAR_KERNEL Real log_of_parts(Real exponent, Real m, Rest low = {}) {
   const Bits index = (bits(m) >> 48) & 15;
   const Real c = look_up(kLogCentres, index);
   const Real r = excess(m, c);
   const Real high = fused(exponent, Base::kOfTwoHigh, look_up(Base::kHigh, index));  // exact
   const Real rest = fused(exponent, Base::kOfTwoLow, look_up(Base::kLow, index));
-  if constexpr (std::is_same_v<Low, NoLow>) {
+  if constexpr (std::is_same_v<Rest, NoLow>) {
     const Real tail = fused(r * r, estrin(r, Base::kTerms), rest);
     if constexpr (Base::kIsNatural) {
       const Double s = fast_sum(high, r);
@@ -169,14 +200,12 @@ ZENTHAR_KERNEL Real log_of(Double x, Real e) {
   return log_of_parts<Natural>(parts.exponent + e, parts.significand, low);
 }
 
-// log(x) to about 2^-65 of itself for a positive number x.
-ZENTHAR_KERNEL Double log_double(Real x) {
+// log(2^(1023 - bias) x) to about 2^-65 of itself for a normal x; the low part may be as large as 2^-16.
+ZENTHAR_KERNEL Double log_loose(Real x, Real bias) {
   constexpr uint64_t kHalf = uint64_t(1) << 46, kExponents = uint64_t(0x7ff) << 52;
-  const Mask small = less(x, broadcast(0x1p-1022));
-  const Real raised = select(small, x * 0x1p54, x);
-  const Bits z = bits(raised) + kHalf;  // to the nearest of 32 steps of a power of two
-  const Real e = to_real(z >> 52) - select(small, broadcast(1023.0 + 54.0), broadcast(1023.0));
-  const Real m = real(bits(raised) - (z & kExponents) + (uint64_t(1023) << 52));
+  const Bits z = bits(x) + kHalf;  // to the nearest of 32 steps of a power of two
+  const Real e = to_real(z >> 52) - bias;
+  const Real m = real(bits(x) - (z & kExponents) + (uint64_t(1023) << 52));
   const Bits index = (z >> 47) & 31;
   const Real r = excess(m, look_up(kFineCentres, index));
   const Real high = fused(e, kFineLogOfTwoHigh, look_up(kFineLogHigh, index));  // exact
@@ -185,7 +214,14 @@ ZENTHAR_KERNEL Double log_double(Real x) {
   const Double square = product(r, r * -0.5);
   const Double t = fast_sum(s.high, square.high);
   const Real tail = fused(r * (r * r), estrin(r, kFineLogTerms), rest + square.low);
-  return fast_sum(t.high, t.low + (s.low + tail));
+  return {t.high, t.low + (s.low + tail)};
+}
+
+// log(x) to about 2^-65 of itself for a positive number x.
+ZENTHAR_KERNEL Double log_double(Real x) {
+  const Mask small = less(x, broadcast(0x1p-1022));
+  return fast_sum(
+      log_loose(select(small, x * 0x1p54, x), select(small, broadcast(1023.0 + 54.0), broadcast(1023.0))));
 }
 
 }  // namespace zenthar::ZENTHAR_TARGET

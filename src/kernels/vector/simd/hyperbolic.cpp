@@ -1,50 +1,61 @@
-// Hyperbolic functions, and the logistic function. All are made of exp(|x|) = 2^e T and of w = 2^-e, in sums
-// that keep their digits: T - w is the scaled exp(|x|) - 1.
+// Hyperbolic functions, and the logistic function.
 #include "kernels/vector/simd/exp_log.h"
 
 namespace zenthar::ZENTHAR_TARGET {
+
+#include "kernels/vector/simd/coefficients/hyperbolic.inc"
+
 namespace {
 
 // Up to `most` functions still change.
-ZENTHAR_KERNEL ExpParts exp_of_magnitude(Real x, mreal most) {
-  return exp_parts(lesser(broadcast(most), magnitude(x)));
+ZENTHAR_KERNEL ExpArgument reduce_magnitude(Real x, mreal most) {
+  return reduce_for_exp(lesser(broadcast(most), magnitude(x)));
 }
 
-// 2 sinh|x| = 2^e (T - w) (1 + w / T)
-ZENTHAR_KERNEL Double scaled_sinh(const ExpParts& y) {
-  const Real w = inverse_power_of_two(y.exponent);
-  const Double less = whole(y, fast_sum(y.t, -w)), t = whole(y);
-  const Real r = rough_reciprocal(t.high), q = less.high * r;
-  const Double back = product(q, t.high);
-  const Real rest = ((less.high - back.high) - back.low) + fused_from(q, t.low, less.low);
-  const Double s = fast_sum(less.high, w * q);
-  return {s.high, s.low + fused(w, r * rest, less.low)};
+// exp(|x|) + exp(-|x|) and their difference are 2^e times (t + u) cosh(r) + (t - u) sinh(r) and the same with
+// the sums exchanged, with t = 2^(index/16), u = 2^(-index/16 - 2 e). The small parts that make the sums
+// exact go along.
+struct Pair {
+  Real t, u, t_low, u_low;
+  Real cosh_less_one, square;  // of r
+};
+ZENTHAR_KERNEL Pair pair_of(const ExpArgument& a) {
+  const Real w = inverse_power_of_two(a.exponent), r = a.r.high;
+  const Real square = r * r, scale = w * w;
+  return {look_up(kExp2High, a.index),         look_up(kExp2InverseHigh, a.index) * scale,
+          look_up(kExp2Low, a.index),          look_up(kExp2InverseLow, a.index) * scale,
+          square * estrin(square, kCoshTerms), square};
 }
 
-// 2 cosh(x) = 2^e (T + w^2 / T)
-ZENTHAR_KERNEL Double scaled_cosh(const ExpParts& y) {
-  const Real w = inverse_power_of_two(y.exponent), square = w * w;
-  const Double t = whole(y);
-  const Real r = rough_reciprocal(t.high);
-  const Double back = product(r, t.high);
-  const Real rest = ((1.0 - back.high) - back.low) - r * t.low;
-  const Double s = fast_sum(t.high, square * r);
-  return {s.high, s.low + fused(square, r * rest, t.low)};
+// 2 sinh|x| / 2^e, and 2 cosh(x) / 2^e; rounding leaves the low parts.
+ZENTHAR_KERNEL Double scaled_sinh(const ExpArgument& a) {
+  const Pair p = pair_of(a);
+  const Double difference = fast_sum(p.t, -p.u), sum = fast_sum(p.t, p.u);
+  const Double first = product(sum.high, a.r.high), s = fast_sum(difference.high, first.high);
+  const Real sinh_less_r = fused(p.square * a.r.high, estrin(p.square, kSinhTerms), a.r.low);
+  const Real low = fused(sum.low + (p.t_low + p.u_low), a.r.high, difference.low + (p.t_low - p.u_low));
+  const Real rest = fused(difference.high, p.cosh_less_one, fused(sum.high, sinh_less_r, low + first.low));
+  return fast_sum(s.high, s.low + rest);
+}
+ZENTHAR_KERNEL Double scaled_cosh(const ExpArgument& a) {
+  const Pair p = pair_of(a);
+  const Double sum = fast_sum(p.t, p.u);
+  const Real low = sum.low + (p.t_low + p.u_low);
+  const Real sinh = fused(p.square * a.r.high, estrin(p.square, kSinhTerms), a.r.high);
+  return fast_sum(sum.high, fused(sum.high, p.cosh_less_one, fused(p.t - p.u, sinh, low)));
 }
 
 struct SinhForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
-    const ExpParts y = exp_of_magnitude(x, 715.0);
-    const Double s = scaled_sinh(y);
-    return with_sign(scale(s.high + s.low, y.exponent.value - 1.0), x);
+    const ExpArgument y = reduce_magnitude(x, 715.0);
+    return with_sign(scale(scaled_sinh(y).high, y.exponent.value - 1.0), x);
   }
 };
 
 struct CoshForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
-    const ExpParts y = exp_of_magnitude(x, 715.0);
-    const Double s = scaled_cosh(y);
-    return scale(s.high + s.low, y.exponent.value - 1.0);
+    const ExpArgument y = reduce_magnitude(x, 715.0);
+    return scale(scaled_cosh(y).high, y.exponent.value - 1.0);
   }
 };
 
@@ -54,22 +65,22 @@ ZENTHAR_KERNEL Mask is_tiny(Real x) { return less(magnitude(x), broadcast(0x1p-9
 struct CschForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask& rare) {
     rare = is_tiny(x);
-    const ExpParts y = exp_of_magnitude(x, 750.0);
+    const ExpArgument y = reduce_magnitude(x, 750.0);
     return with_sign(scale(reciprocal(scaled_sinh(y)), 1.0 - y.exponent.value), x);
   }
 };
 
 struct SechForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
-    const ExpParts y = exp_of_magnitude(x, 750.0);
+    const ExpArgument y = reduce_magnitude(x, 750.0);
     return scale(reciprocal(scaled_cosh(y)), 1.0 - y.exponent.value);
   }
 };
 
-// tanh|x| = (T - w) / (T + w) of 2 |x|
+// tanh|x| = (T - w) / (T + w) where exp(2 |x|) is 2^e T and w = 2^-e
 struct TanhForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
-    const ExpParts y = exp_of_magnitude(x + x, 44.0);
+    const ExpParts y = exp_parts(reduce_magnitude(x + x, 44.0));
     const Real w = inverse_power_of_two(y.exponent);
     return with_sign(divided(whole(y, fast_sum(y.t, -w)), whole(y, fast_sum(y.t, w))), x);
   }
@@ -78,16 +89,16 @@ struct TanhForm {
 struct CothForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask& rare) {
     rare = is_tiny(x);
-    const ExpParts y = exp_of_magnitude(x + x, 44.0);
+    const ExpParts y = exp_parts(reduce_magnitude(x + x, 44.0));
     const Real w = inverse_power_of_two(y.exponent);
     return with_sign(divided(whole(y, fast_sum(y.t, w)), whole(y, fast_sum(y.t, -w))), x);
   }
 };
 
-// T / (T + w) on the right, 2^-e / (T + w) on the left.
+// T / (T + w) on the right, w / (T + w) on the left, where exp|x| is 2^e T and w = 2^-e.
 struct LogisticForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
-    const ExpParts y = exp_of_magnitude(x, 750.0);
+    const ExpParts y = exp_parts(reduce_magnitude(x, 750.0));
     const Mask left = sign_bit(x);
     const Double numerator = select(left, Double{broadcast(1.0), Real{}}, whole(y));
     const Double sum = whole(y, fast_sum(y.t, inverse_power_of_two(y.exponent)));

@@ -9,18 +9,23 @@ namespace {
 // beyond 2^28. Beyond 2^30 a 1 beside the square does not count.
 constexpr mreal kTiny = 0x1p-28, kFar = 0x1p28, kHuge = 0x1p30;
 
+// c - a b, which is small, exactly.
+ZENTHAR_KERNEL Real remainder(Real c, Real a, Real b) {
+  if constexpr (kFused) return fused_from(a, b, c);
+  const Double p = product(a, b);
+  return (c - p.high) - p.low;
+}
+
 ZENTHAR_KERNEL Double root_of(Double x) {
   const Real s = square_root(x.high);
-  const Double back = product(s, s);
-  const Real rest = ((x.high - back.high) - back.low) + x.low;
+  const Real rest = remainder(x.high, s, s) + x.low;
   return {s, rest * rough_reciprocal(greater(s + s, broadcast(0x1p-600)))};
 }
 
 // a / b, but not brought into the shape whose low part is a rounding error of the high one.
 ZENTHAR_KERNEL Double rough_quotient(Double a, Double b) {
   const Real r = rough_reciprocal(b.high), q = a.high * r;
-  const Double back = product(q, b.high);
-  const Real rest = ((a.high - back.high) - back.low) + fused_from(q, b.low, a.low);
+  const Real rest = remainder(a.high, q, b.high) + fused_from(q, b.low, a.low);
   return {q, r * rest};
 }
 

@@ -7,25 +7,22 @@ namespace zenthar::ZENTHAR_TARGET {
 
 namespace {
 
-// exp(y log|x|) with a logarithm of about 65 bits, and the sign of x where y is odd. Zeros, infinities and
-// NaNs among the arguments, and results near or beyond the ends of the range, are left to the definition.
+// exp(y log|x|) with a logarithm of about 65 bits, and the sign of x where y is odd. Zeros, subnormals,
+// infinities and NaNs among the arguments, exponents too large to have a parity in their low bits, and
+// results near or beyond the ends of the range are left to the definition.
 struct PowForm {
   ZENTHAR_KERNEL static Real compute(Real x, Real y, Mask& rare) {
     const Real base = magnitude(x);
-    const Double log = log_double(base);
+    const Double log = log_loose(base, broadcast(1023.0));
     const Double p = product(log.high, y);
-    const ExpParts power = exp_parts(p.high, fused(log.low, y, p.low));
-    const Double t = whole(power);
-    const Real size = scale_normal(t.high + t.low, power.exponent);
+    const Real size = exp_rounded(p.high, fused(log.low, y, p.low));
 
     constexpr mreal kMostParity = 0x1p51;
     const Nearest n = nearest(y);
-    const Mask negative = sign_bit(x), parity_known = less(magnitude(y), broadcast(kMostParity));
     const Real z = flip_sign(size, bits(x) & (n.integer << 63));
-    rare = not_less_equal(magnitude(p.high), broadcast(708.0)) | not_less_equal(broadcast(0x1p-1074), base) |
-           not_less_equal(base, broadcast(kLargest)) | not_less(magnitude(y), broadcast(0x1p500)) |
-           (negative & !parity_known);
-    return select(negative & !equal(n.value, y), broadcast(__builtin_nan("")), z);
+    rare = not_less_equal(magnitude(p.high), broadcast(708.0)) | not_less_equal(broadcast(0x1p-1022), base) |
+           not_less_equal(base, broadcast(kLargest)) | not_less(magnitude(y), broadcast(kMostParity));
+    return select(sign_bit(x) & !equal(n.value, y), broadcast(__builtin_nan("")), z);
   }
 };
 
