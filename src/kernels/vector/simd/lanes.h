@@ -3,8 +3,6 @@
 #ifndef ZENTHAR_KERNELS_VECTOR_SIMD_LANES_H
 #define ZENTHAR_KERNELS_VECTOR_SIMD_LANES_H
 
-// Where GCC 12 would warn of the undefined register in its own intrinsics, their forms with a mask of all
-// lanes stand for them.
 #include <immintrin.h>
 
 #include "kernels/operations/operation.h"
@@ -153,6 +151,9 @@ ZENTHAR_KERNEL Real fused_from(Real a, Real b, Real c) {
   return c - a * b;
 #endif
 }
+
+// GCC 12 warns of an undefined register inside some intrinsics; with a mask of all lanes they have none, and
+// are the same instruction.
 
 // 1/x nearly: with an error of less than 2^-40 of it, for a normal x whose reciprocal is normal.
 ZENTHAR_KERNEL Real rough_reciprocal(Real x) {

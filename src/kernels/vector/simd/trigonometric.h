@@ -18,7 +18,7 @@ struct Angle {
   Double rest;
 };
 
-// The rest has an error of some 2^-100 of its own size: it is never less than 2^-62.
+// The rest, which is never less than 2^-62, has an error of less than 2^-104 of it or 2^-117.
 // W. J. Cody and W. Waite, Software Manual for the Elementary Functions, 1980.
 ZENTHAR_KERNEL Angle reduce(Real x) {
   const Real rounded = fused(x, kTwoOverPi, kRounder);
