@@ -212,6 +212,18 @@ const std::vector<Row>& rows() {
        0.8,
        {{-2, 2}, {-2, 2}},
        kHardArcs},
+       0.51,
+       {{0, 20}, {0, 3}},
+       {0x1.fffffffffffffp-1, 10, 1000}},
+      {MACHFUNC_ERF, {kReal}, of(mpfr_erf), 0.85, {{-6, 6}}},
+      {MACHFUNC_ERFC, {kReal}, of(mpfr_erfc), 0.8, {{-6, 27.5}}, {26.5, 0x1.b39dc41e48bfcp+4}},
+      {MACHFUNC_GAMMA,
+       {kReal},
+       of(mpfr_gamma),
+       0.9,
+       {{-180, 172}},
+       {1, 2, 8, 23, -170.5, -178.9, 0x1.573fae561f647p+7}},
+      {MACHFUNC_LOGGAMMA, {kReal}, of(mpfr_lngamma), 2.5, {{0, 200}}, {0x1p-52, 1, 2, 8}},
   };
   return rows;
 }
@@ -350,7 +362,9 @@ TEST_P(VectorForms, AreAccurate) {
         at += text;
       }
     const std::string name =
-        MNumericArray_getMachFuncName(row.op) + std::string(row.types[0] == kComplex ? " of complexes" : "");
+        MNumericArray_getMachFuncName(row.op) + std::string(row.types[0] == kComplex      ? " of complexes"
+                                                            : row.op == MACHFUNC_LOG_BASE ? " to a base"
+                                                                                          : "");
     std::printf("%-28s %5.3f ulp at%s\n", name.c_str(), worst, at.c_str());
     RecordProperty(name, std::to_string(worst));
     EXPECT_LE(worst, row.bound) << name << at;

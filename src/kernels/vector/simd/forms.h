@@ -105,6 +105,18 @@ template <>
 inline constexpr bool kHasVectorForm<Gudermannian, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<InverseGudermannian, mreal> = true;
+inline constexpr bool kHasVectorForm<Log, mreal, mreal> = true;
+// special.cpp
+template <>
+inline constexpr bool kHasVectorForm<Erf, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<ErfC, mreal> = true;
+template <>
+inline constexpr bool kHasVectorForm<Gamma, mreal> = true;
+#ifdef __AVX2__  // two elements at once are slower than the mathematics library
+template <>
+inline constexpr bool kHasVectorForm<LogGamma, mreal> = true;
+#endif
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET
