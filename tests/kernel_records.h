@@ -285,6 +285,22 @@ inline uint64_t tolerance(int32_t op) {
   }
 }
 
+// The same for an operation whose first operand is a complex.
+inline uint64_t complex_tolerance(int32_t op) {
+  switch (op) {
+    case MACHFUNC_SQRT:
+      return 1;
+    case MACHFUNC_ABS:
+      return 2;
+    case MACHFUNC_EXP:
+    case MACHFUNC_SIN:
+    case MACHFUNC_COS:
+      return 4;  // of which the mathematics library accounts for 3
+    default:
+      return 0;
+  }
+}
+
 // The place of a real among all reals in order.
 inline int64_t place(mreal x) {
   int64_t bits;

@@ -117,6 +117,17 @@ inline constexpr bool kHasVectorForm<Gamma, mreal> = true;
 template <>
 inline constexpr bool kHasVectorForm<LogGamma, mreal> = true;
 #endif
+// complex.cpp
+template <>
+inline constexpr bool kHasVectorForm<Exp, mcomplex> = true;
+template <>
+inline constexpr bool kHasVectorForm<Sin, mcomplex> = true;
+template <>
+inline constexpr bool kHasVectorForm<Cos, mcomplex> = true;
+template <>
+inline constexpr bool kHasVectorForm<Abs, mcomplex> = true;
+template <>
+inline constexpr bool kHasVectorForm<Sqrt, mcomplex> = true;
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET
