@@ -224,7 +224,7 @@ const std::vector<Row>& rows() {
        {{-180, 172}},
        {1, 2, 8, 23, -170.5, -178.9, 0x1.573fae561f647p+7}},
       {MACHFUNC_LOGGAMMA, {kReal}, of(mpfr_lngamma), 2.5, {{0, 200}}, {0x1p-52, 1, 2, 8}},
-      {MACHFUNC_EXP, {kComplex}, of(mpc_exp), 2, {{-720, 720}}},
+      {MACHFUNC_EXP, {kComplex}, of(mpc_exp), 3, {{-720, 720}}},
       {MACHFUNC_SIN, {kComplex}, of(mpc_sin), 3, {{-720, 720}}},
       {MACHFUNC_COS, {kComplex}, of(mpc_cos), 3, {{-720, 720}}},
       {MACHFUNC_SQRT, {kComplex}, of(mpc_sqrt), 0.55, {{-9, 9}}},
