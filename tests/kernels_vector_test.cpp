@@ -199,6 +199,35 @@ TEST_P(VectorFunctions, RoundAsTheScalarFunctionsDo) {
     }
 }
 
+// Dividends about multiples of the divisor, where a rounded quotient is off by one.
+template <class T>
+void check_remainders(int32_t type) {
+  std::mt19937_64 random(17);
+  std::vector<T> a, b;
+  for (int k = 0; k < 20000; ++k) {
+    const T divisor = T(std::ldexp(T(int64_t(random()) >> 12), int(random() % 40) - 60));
+    const T multiple = divisor * T(int64_t(random()) >> (44 + random() % 19));
+    const T dividend = k % 3 == 0 ? multiple : std::nextafter(multiple, k % 3 == 1 ? T(-1e30) : T(1e30));
+    b.push_back(divisor == T(0) ? T(1) : divisor);
+    a.push_back(dividend);
+  }
+  const auto n = mint(a.size());
+  std::vector<T> results(a.size());
+  ASSERT_EQ(MNumericArray_getBinaryVectorMachFunc(MACHFUNC_MOD, type, type)(results.data(), a.data(), 1,
+                                                                            b.data(), 1, n, 0),
+            0);
+  for (size_t i = 0; i < a.size(); ++i) {
+    T wanted = 0;
+    MNumericArray_getBinaryScalarMachFunc(MACHFUNC_MOD, type, type)(&wanted, &a[i], &b[i], 0);
+    ASSERT_TRUE(same(type, &results[i], &wanted)) << a[i] << " mod " << b[i] << ": " << results[i];
+  }
+}
+
+TEST_P(VectorFunctions, LeaveExactRemainders) {
+  check_remainders<mreal>(kReal);
+  check_remainders<float>(kReal32);
+}
+
 TEST_P(VectorFunctions, RaiseInTheStyleThatIsSet) {
   const mint a[] = {1, INT64_MAX}, b[] = {1, 1};
   mint sum[2];

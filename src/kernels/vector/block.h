@@ -2,6 +2,10 @@
 #ifndef ZENTHAR_KERNELS_VECTOR_BLOCK_H
 #define ZENTHAR_KERNELS_VECTOR_BLOCK_H
 
+#ifdef __AVX2__
+#include <immintrin.h>
+#endif
+
 #include <utility>
 
 #include "kernels/operations/all.h"
@@ -229,6 +233,63 @@ struct Loop<IntPart, kFlags, mreal> : RoundingLoop<IntPart, kFlags> {};
 #endif
 #endif
 
+#ifdef __FMA__
+// Remainders of reals, by the truncated quotient q: rounding may take a / b up to the next whole number,
+// never down below one, and a - q b, which one fused operation rounds, is a real itself, as is that for q
+// - 1. A piece with a quotient of more digits than reals have, or none, is computed once more by the
+// definition.
+template <uint32_t kFlags, AnyReal T>
+struct ModLoop {
+  static constexpr bool kProbes = false;
+  static constexpr mint kPiece = 256;
+
+  static int64_t run(void* result, const void* const* operands, mint n) {
+    int64_t failed = 0;
+    for (mint i = 0; i < n; i += kPiece)
+      failed |= piece(from_element<T>(result, i), from_element<T>(operands[0], i),
+                      from_element<T>(operands[1], i), n - i < kPiece ? n - i : kPiece);
+    return failed;
+  }
+
+  static int64_t piece(void* result, const void* dividends, const void* divisors, mint n) {
+    constexpr T kLimit = sizeof(T) == 4 ? T(0x1p22) : T(0x1p51);
+    T remainders[kPiece];
+    Gathered<T> special = 0;
+#pragma omp simd reduction(| : special)
+    for (mint i = 0; i < n; ++i) {
+      const T a = load<T>(dividends, i), b = load<T>(divisors, i);
+      const T quotient = a / b;
+      const T rest = fused(-truncated(quotient), b, a);
+      const T beyond = a < T(0) ? -rest : rest;  // below 0 where the quotient was rounded up
+      const T size = beyond < T(0) ? beyond + absolute(b) : beyond;
+      const T r = with_sign(size, a);
+      const bool other_sign = (r != T(0)) & ((r < T(0)) != (b < T(0)));
+      const T sum = r + b;
+      remainders[i] = other_sign ? (sum == b ? T(0) : sum) : r;
+      special |= (absolute(quotient) < kLimit) & (rest == rest) ? 0 : -1;
+    }
+    int64_t failed = 0;
+    if (special != 0) {
+      for (mint i = 0; i < n; ++i) {
+        const Outcome<T> outcome =
+            Mod::checked(load<T>(dividends, i), load<T>(divisors, i), BlockChecks<kFlags>{});
+        remainders[i] = outcome.value;
+        failed |= int64_t(outcome.failure);
+      }
+    }
+    __builtin_memcpy(result, remainders, size_t(n) * sizeof(T));
+    return failed;
+  }
+
+  ZENTHAR_KERNEL static mreal fused(mreal a, mreal b, mreal c) { return __builtin_fma(a, b, c); }
+  ZENTHAR_KERNEL static float fused(float a, float b, float c) { return __builtin_fmaf(a, b, c); }
+};
+template <uint32_t kFlags>
+struct Loop<Mod, kFlags, mreal, mreal> : ModLoop<kFlags, mreal> {};
+template <uint32_t kFlags>
+struct Loop<Mod, kFlags, float, float> : ModLoop<kFlags, float> {};
+#endif
+
 // Products of the wider integers with the overflow check. Elements are mostly small: the bits that they need
 // are gathered beside the products of a piece, and only where they leave room for an overflow are the
 // products looked at again, one by one.
@@ -244,6 +305,11 @@ requires(sizeof(T) >= 4) struct Block<Times, kCheckOverflow, T, T> {
   }
 
   static int64_t piece(void* result, const void* a, const void* b, mint n) {
+#ifdef __AVX2__
+    if constexpr (std::is_same_v<T, mint>) {
+      if (multiply_short(result, a, b, n)) return 0;
+    }
+#endif
     using U = Unsigned<T>;
     U a_bits = 1, b_bits = 1;
 #pragma omp simd reduction(| : a_bits, b_bits)
@@ -262,6 +328,23 @@ requires(sizeof(T) >= 4) struct Block<Times, kCheckOverflow, T, T> {
       failed |= int64_t(multiply(load<T>(a, i), load<T>(b, i), BlockChecks<kCheckOverflow>{}).failure);
     return failed;
   }
+
+#ifdef __AVX2__
+  // Products of elements that all fit 32 bits take one instruction where others take several; false where
+  // some do not.
+  static bool multiply_short(void* result, const void* a, const void* b, mint n) {
+    constexpr uint64_t kHalf = uint64_t(1) << 31;
+    uint64_t shifted = 0;
+#pragma omp simd reduction(| : shifted)
+    for (mint i = 0; i < n; ++i) shifted |= (load<uint64_t>(a, i) + kHalf) | (load<uint64_t>(b, i) + kHalf);
+    if (shifted >> 32 != 0) return false;
+    mint i = 0;
+    for (; i + 4 <= n; i += 4)
+      store(result, i / 4, _mm256_mul_epi32(load<__m256i>(a, i / 4), load<__m256i>(b, i / 4)));
+    for (; i < n; ++i) store(result, i, load<mint>(a, i) * load<mint>(b, i));
+    return true;
+  }
+#endif
 
   // Its topmost bit is bit p for the least p such that -2^p <= x < 2^p, of an unsigned x < 2^(p + 1).
   ZENTHAR_KERNEL static Unsigned<T> needed_bits(Unsigned<T> x) {
