@@ -237,7 +237,7 @@ const std::vector<Row>& rows() {
        1,
        {{-9, 9}}},
   };
-  return rows;
+return rows;
 }
 
 class Arguments {

@@ -65,6 +65,14 @@ concept MachineType = kIsOneOf<T, mint, mreal, mcomplex>;
 
 template <AnyComplex Z>
 using PartOf = decltype(Z::re);
+template <class R>
+struct RealParts {
+  using Type = R;
+};
+template <AnyComplex Z>
+struct RealParts<Z> {
+  using Type = PartOf<Z>;
+};
 
 // How an element failed: the error code, and kRaised where the scalar function raises it. The other
 // failures are found from the arguments, and the scalar function answers them with status 1. A loop's

@@ -79,11 +79,6 @@ struct Loop<Op, kFlags, A...> {
   static int64_t run(void* result, const void* const* operands, mint n);
 };
 
-template <AnyReal T>
-T part_of(T);
-template <AnyComplex Z>
-PartOf<Z> part_of(Z);
-
 // Operations that do to both parts of complexes what they do to reals.
 template <class Op>
 inline constexpr bool kByParts = false;
@@ -117,14 +112,13 @@ struct Block {
                            std::integer_sequence<int, k...>) {
     constexpr mint kPiece = 256;
     constexpr mint kParts = AnyComplex<R> ? 2 : 1;
-    using Part = decltype(part_of(R()));
     int64_t failed = 0;
     for (mint i = 0; i < n; i += kPiece) {
       const mint m = n - i < kPiece ? n - i : kPiece;
       const void* const own[] = {from_element<A>(operands[k], i)...};
       void* const to = from_element<R>(result, i);
       failed |= Loop<Op, kFlags, A...>::run(to, own, m);
-      failed |= probe_run<Part>(to, m * kParts);
+      failed |= probe_run<typename RealParts<R>::Type>(to, m * kParts);
     }
     return failed;
   }

@@ -15,119 +15,74 @@ inline constexpr bool kHasVectorForm = false;
 
 // Vectors are those of x86.
 #ifdef __SSE2__
+#define ZENTHAR_HAS_FORM(...) \
+  template <>                 \
+  inline constexpr bool kHasVectorForm<__VA_ARGS__> = true;
+
 // exponential.cpp
-template <>
-inline constexpr bool kHasVectorForm<Exp, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<ExpM1, mreal> = true;
-// hyperbolic.cpp
-template <>
-inline constexpr bool kHasVectorForm<Sinh, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Cosh, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Tanh, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Csch, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Sech, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Coth, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Logistic, mreal> = true;
-// inverse_hyperbolic.cpp
-template <>
-inline constexpr bool kHasVectorForm<Asinh, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Acosh, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Atanh, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Acsch, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Asech, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Acoth, mreal> = true;
-// logarithm.cpp
-template <>
-inline constexpr bool kHasVectorForm<Log, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Log2, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Log10, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Log1P, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Log, mreal, mreal> = true;
-// trigonometric.cpp
-template <>
-inline constexpr bool kHasVectorForm<Sin, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Cos, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Tan, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Csc, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Sec, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Cot, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Sinc, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Haversine, mreal> = true;
-// power.cpp
-template <>
-inline constexpr bool kHasVectorForm<Pow, mreal, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Cbrt, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<RSqrt, mreal> = true;
-// inverse_trigonometric.cpp
-template <>
-inline constexpr bool kHasVectorForm<Asin, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Acos, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Atan, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Atan2, mreal, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Acsc, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Asec, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Acot, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<InverseHaversine, mreal> = true;
+ZENTHAR_HAS_FORM(Exp, mreal)
+ZENTHAR_HAS_FORM(ExpM1, mreal)
+
 // gudermannian.cpp
-template <>
-inline constexpr bool kHasVectorForm<Gudermannian, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<InverseGudermannian, mreal> = true;
-inline constexpr bool kHasVectorForm<Log, mreal, mreal> = true;
+ZENTHAR_HAS_FORM(Gudermannian, mreal)
+ZENTHAR_HAS_FORM(InverseGudermannian, mreal)
+
+// hyperbolic.cpp
+ZENTHAR_HAS_FORM(Sinh, mreal)
+ZENTHAR_HAS_FORM(Cosh, mreal)
+ZENTHAR_HAS_FORM(Tanh, mreal)
+ZENTHAR_HAS_FORM(Csch, mreal)
+ZENTHAR_HAS_FORM(Sech, mreal)
+ZENTHAR_HAS_FORM(Coth, mreal)
+ZENTHAR_HAS_FORM(Logistic, mreal)
+
+// inverse_hyperbolic.cpp
+ZENTHAR_HAS_FORM(Asinh, mreal)
+ZENTHAR_HAS_FORM(Acosh, mreal)
+ZENTHAR_HAS_FORM(Atanh, mreal)
+ZENTHAR_HAS_FORM(Acsch, mreal)
+ZENTHAR_HAS_FORM(Asech, mreal)
+ZENTHAR_HAS_FORM(Acoth, mreal)
+
+// inverse_trigonometric.cpp
+ZENTHAR_HAS_FORM(Asin, mreal)
+ZENTHAR_HAS_FORM(Acos, mreal)
+ZENTHAR_HAS_FORM(Atan, mreal)
+ZENTHAR_HAS_FORM(Atan2, mreal, mreal)
+ZENTHAR_HAS_FORM(Acsc, mreal)
+ZENTHAR_HAS_FORM(Asec, mreal)
+ZENTHAR_HAS_FORM(Acot, mreal)
+ZENTHAR_HAS_FORM(InverseHaversine, mreal)
+
+// logarithm.cpp
+ZENTHAR_HAS_FORM(Log, mreal)
+ZENTHAR_HAS_FORM(Log2, mreal)
+ZENTHAR_HAS_FORM(Log10, mreal)
+ZENTHAR_HAS_FORM(Log1P, mreal)
+ZENTHAR_HAS_FORM(Log, mreal, mreal)
+
+// power.cpp
+ZENTHAR_HAS_FORM(Pow, mreal, mreal)
+ZENTHAR_HAS_FORM(Cbrt, mreal)
+ZENTHAR_HAS_FORM(RSqrt, mreal)
+
 // special.cpp
-template <>
-inline constexpr bool kHasVectorForm<Erf, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<ErfC, mreal> = true;
-template <>
-inline constexpr bool kHasVectorForm<Gamma, mreal> = true;
-#ifdef __AVX2__  // two elements at once are slower than the mathematics library
-template <>
-inline constexpr bool kHasVectorForm<LogGamma, mreal> = true;
-#endif
-// complex.cpp
-template <>
-inline constexpr bool kHasVectorForm<Exp, mcomplex> = true;
-template <>
-inline constexpr bool kHasVectorForm<Sin, mcomplex> = true;
-template <>
-inline constexpr bool kHasVectorForm<Cos, mcomplex> = true;
-template <>
-inline constexpr bool kHasVectorForm<Abs, mcomplex> = true;
-template <>
-inline constexpr bool kHasVectorForm<Sqrt, mcomplex> = true;
+ZENTHAR_HAS_FORM(Erf, mreal)
+ZENTHAR_HAS_FORM(ErfC, mreal)
+ZENTHAR_HAS_FORM(Gamma, mreal)
+ZENTHAR_HAS_FORM(LogGamma, mreal)
+
+// trigonometric.cpp
+ZENTHAR_HAS_FORM(Sin, mreal)
+ZENTHAR_HAS_FORM(Cos, mreal)
+ZENTHAR_HAS_FORM(Tan, mreal)
+ZENTHAR_HAS_FORM(Csc, mreal)
+ZENTHAR_HAS_FORM(Sec, mreal)
+ZENTHAR_HAS_FORM(Cot, mreal)
+ZENTHAR_HAS_FORM(Sinc, mreal)
+ZENTHAR_HAS_FORM(Haversine, mreal)
+
+#undef ZENTHAR_HAS_FORM
 #endif
 
 }  // namespace zenthar::ZENTHAR_TARGET
