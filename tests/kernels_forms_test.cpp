@@ -136,7 +136,7 @@ const std::vector<Row>& rows() {
        0.76,
        {{-750, 40}},
        {-0.03, 36.7, -708.4}},
-      {MACHFUNC_ASINH, {kReal}, of(mpfr_asinh), 0.56, {{-9, 9}}, {0x1p-28, 0x1p-27, 0x1p30, 0x1p1023}},
+      {MACHFUNC_ASINH, {kReal}, of(mpfr_asinh), 0.6, {{-9, 9}}, {0x1p-28, 0x1p-27, 0x1p30, 0x1p1023}},
       {MACHFUNC_ACOSH, {kReal}, of(mpfr_acosh), 0.52, {{1, 3}}, {0x1.0000000000001p+0, 0x1p30, 0x1p1023}},
       {MACHFUNC_ATANH, {kReal}, of(mpfr_atanh), 0.6, {{-1, 1}}, {0x1.fffffffffffffp-1, 0x1p-28}},
       {MACHFUNC_ACSCH, {kReal}, of_reciprocal(mpfr_asinh), 0.53, {{-9, 9}}, {0x1p28, 0x1p-1022, 0x1p-1074}},
