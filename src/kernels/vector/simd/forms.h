@@ -66,12 +66,6 @@ ZENTHAR_HAS_FORM(Pow, mreal, mreal)
 ZENTHAR_HAS_FORM(Cbrt, mreal)
 ZENTHAR_HAS_FORM(RSqrt, mreal)
 
-// special.cpp
-ZENTHAR_HAS_FORM(Erf, mreal)
-ZENTHAR_HAS_FORM(ErfC, mreal)
-ZENTHAR_HAS_FORM(Gamma, mreal)
-ZENTHAR_HAS_FORM(LogGamma, mreal)
-
 // trigonometric.cpp
 ZENTHAR_HAS_FORM(Sin, mreal)
 ZENTHAR_HAS_FORM(Cos, mreal)
@@ -81,6 +75,21 @@ ZENTHAR_HAS_FORM(Sec, mreal)
 ZENTHAR_HAS_FORM(Cot, mreal)
 ZENTHAR_HAS_FORM(Sinc, mreal)
 ZENTHAR_HAS_FORM(Haversine, mreal)
+
+// special.cpp
+ZENTHAR_HAS_FORM(Erf, mreal)
+ZENTHAR_HAS_FORM(ErfC, mreal)
+ZENTHAR_HAS_FORM(Gamma, mreal)
+#ifdef __AVX2__  // two elements at once are slower than the mathematics library
+ZENTHAR_HAS_FORM(LogGamma, mreal)
+#endif
+
+// complex.cpp
+ZENTHAR_HAS_FORM(Exp, mcomplex)
+ZENTHAR_HAS_FORM(Sin, mcomplex)
+ZENTHAR_HAS_FORM(Cos, mcomplex)
+ZENTHAR_HAS_FORM(Abs, mcomplex)
+ZENTHAR_HAS_FORM(Sqrt, mcomplex)
 
 #undef ZENTHAR_HAS_FORM
 #endif

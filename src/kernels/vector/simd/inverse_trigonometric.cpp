@@ -160,8 +160,7 @@ struct Atan2Form {
            (not_less(a, broadcast(kLeast)) ^ !equal(a, Real{}));
     const auto [c, index] = neighbour(rough_quotient(a, b));
     const Real above = remainder(a, c, b), below = fused(c, a, b);
-    const Real r = rough_reciprocal(below), q = above * r;
-    const Real t = fused(remainder(above, q, below), r, q);
+    const Real r = 1.0 / below, t = above * r;
     const Real low = fused(remainder(above, t, below), r, look_up(kAtanLow, index) + excess(t));
     // |y|/|x| is the tangent of what lies between the nearest axis and the vector.
     const Real axis =

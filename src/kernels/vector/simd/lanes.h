@@ -155,16 +155,7 @@ ZENTHAR_KERNEL Real fused_from(Real a, Real b, Real c) {
 // GCC 12 warns of an undefined register inside some intrinsics; with a mask of all lanes they have none, and
 // are the same instruction.
 
-// 1/x nearly: with an error of less than 2^-40 of it, for a normal x whose reciprocal is normal.
-ZENTHAR_KERNEL Real rough_reciprocal(Real x) {
-#ifdef __AVX512F__
-  const Real r = _mm512_maskz_rcp14_pd(kAllLanes, x), e = fused_from(x, r, broadcast(1.0));
-  return fused(r, fused(e, e, e), r);
-#else
-  return 1.0 / x;
-#endif
-}
-// a/b with at least 12 right bits, likewise.
+// a/b with at least 12 right bits, for a normal b whose reciprocal is normal.
 ZENTHAR_KERNEL Real rough_quotient(Real a, Real b) {
 #ifdef __AVX512F__
   return a * _mm512_maskz_rcp14_pd(kAllLanes, b);
@@ -390,17 +381,16 @@ ZENTHAR_KERNEL Double operator*(Double a, Real b) {
 ZENTHAR_KERNEL Double operator-(Double a) { return {-a.high, -a.low}; }
 // a / b
 ZENTHAR_KERNEL Double quotient(Double a, Double b) {
-  const Real r = rough_reciprocal(b.high), rough = a.high * r;
-  const Real q = fused(remainder(a.high, rough, b.high), r, rough);
+  const Real r = 1.0 / b.high, q = a.high * r;
   return fast_sum(q, (remainder(a.high, q, b.high) + fused_from(q, b.low, a.low)) * r);
 }
 // a/b and 1/b rounded to a real.
 ZENTHAR_KERNEL Real divided(Double a, Double b) {
-  const Real r = rough_reciprocal(b.high), q = a.high * r;
+  const Real r = 1.0 / b.high, q = a.high * r;
   return fused(remainder(a.high, q, b.high) + fused_from(q, b.low, a.low), r, q);
 }
 ZENTHAR_KERNEL Real reciprocal(Double b) {
-  const Real r = rough_reciprocal(b.high);
+  const Real r = 1.0 / b.high;
   return fused(fused_from(r, b.low, remainder(broadcast(1.0), r, b.high)), r, r);
 }
 ZENTHAR_KERNEL Double select(Mask where, Double a, Double b) {
