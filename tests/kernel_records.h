@@ -231,14 +231,28 @@ inline bool same(int32_t type, const void* a, const void* b) {
 inline uint64_t tolerance(int32_t op) {
   switch (op) {
     case MACHFUNC_EXP:
+    case MACHFUNC_EXPM1:
     case MACHFUNC_LOG:
     case MACHFUNC_LOG2:
     case MACHFUNC_LOG10:
     case MACHFUNC_LOG1P:
-      return 2;
-    case MACHFUNC_EXPM1:
     case MACHFUNC_LOGISTIC:
+    case MACHFUNC_SIN:
+    case MACHFUNC_COS:
+    case MACHFUNC_TAN:
+    case MACHFUNC_ASIN:
+    case MACHFUNC_ACOS:
+    case MACHFUNC_ATAN:
+    case MACHFUNC_ATAN2:
+    case MACHFUNC_ACSC:
+    case MACHFUNC_ASEC:
+    case MACHFUNC_ACOT:
+    case MACHFUNC_RSQRT:
+    case MACHFUNC_POW:
       return 2;
+    case MACHFUNC_CSC:
+    case MACHFUNC_SEC:
+    case MACHFUNC_COT:
     case MACHFUNC_SINH:
     case MACHFUNC_COSH:
     case MACHFUNC_TANH:
@@ -252,27 +266,10 @@ inline uint64_t tolerance(int32_t op) {
     case MACHFUNC_ASECH:
     case MACHFUNC_ACOTH:
     case MACHFUNC_LOG_BASE:
-    case MACHFUNC_SIN:
-    case MACHFUNC_COS:
-    case MACHFUNC_TAN:
-    case MACHFUNC_ASIN:
-    case MACHFUNC_ACOS:
-    case MACHFUNC_ATAN:
-    case MACHFUNC_ATAN2:
-    case MACHFUNC_ACSC:
-    case MACHFUNC_ASEC:
-    case MACHFUNC_ACOT:
-      return 2;
-    case MACHFUNC_CSC:
-    case MACHFUNC_SEC:
-    case MACHFUNC_COT:
     case MACHFUNC_SINC:
     case MACHFUNC_HAVERSINE:
     case MACHFUNC_INVERSEHAVERSINE:
       return 3;
-    case MACHFUNC_RSQRT:
-    case MACHFUNC_POW:
-      return 2;
     case MACHFUNC_CBRT:
     case MACHFUNC_GUDERMANNIAN:
     case MACHFUNC_INVERSEGUDERMANNIAN:
