@@ -189,7 +189,7 @@ const std::vector<Row>& rows() {
       {MACHFUNC_GUDERMANNIAN,
        {kReal},
        [](const auto& x) { return of(mpfr_atan)({of(mpfr_sinh)(x)}); },
-       0.95,
+       1,
        {{-45, 45}},
        {0.25, -0.5, 0x1.fffffffffffffp-3, 0x1.4p5, -0x1.2aeb3f26cc5b2p+1}},
       {MACHFUNC_INVERSEGUDERMANNIAN,
