@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Runs the benchmark programs and numpy beside them, and writes one report of every area: report.txt, report.svg
-and report.json.
+and report.json. With --page also the table and the plot of docs/performance.md.
 
-    bench/report.py BUILD_DIRECTORY [--out DIRECTORY] [--only AREA]... [--quick]
+    bench/report.py BUILD_DIRECTORY [--out DIRECTORY] [--only AREA]... [--quick] [--page]
 
 A ratio is the best peer's time over the library's: above 1 the library is ahead. Each figure is a median; programs
 run one after the other, so that none disturbs the next. An area whose program or peer fails is named at the end, and
@@ -26,6 +26,7 @@ from pathlib import Path
 
 SOURCES = Path(__file__).resolve().parent
 LIBRARY = "library"
+BEGIN, END = "<!-- made by bench/report.py --page -->\n", "<!-- end -->\n"
 
 
 @dataclass
@@ -234,12 +235,28 @@ def write_plot(path, areas, when):
     figure.savefig(path, metadata={"Date": None})
 
 
+def write_page(areas, when):
+    """The summary in docs/performance.md, between its marks, and the plot beside it."""
+    page = SOURCES.parent / "docs" / "performance.md"
+    before, rest = page.read_text(encoding="utf-8").split(BEGIN)
+    after = rest.split(END)[1]
+    lines = [f"{when:%Y-%m-%d}, {machine()}.", "", "| area | rows | ahead or level | geometric mean | least | most |",
+             "|---|---|---|---|---|---|"]
+    for area, rows in areas.items():
+        ratios = [row.ratio for row in rows]
+        lines.append(f"| {area} | {len(rows)} | {sum(r >= 0.95 for r in ratios)} | {geometric_mean(ratios):.2f} |"
+                     f" {min(ratios):.2f} | {max(ratios):.2f} |")
+    page.write_text(f"{before}{BEGIN}\n" + "\n".join(lines) + f"\n\n{END}{after}", encoding="utf-8")
+    write_plot(page.with_suffix(".svg"), areas, when)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build", help="build directory of the preset bench")
     parser.add_argument("--out", type=Path, help="where the report goes (BUILD_DIRECTORY/report)")
     parser.add_argument("--only", action="append", metavar="AREA", help=f"one of: {', '.join(AREAS)}")
     parser.add_argument("--quick", action="store_true", help="fewer and shorter turns")
+    parser.add_argument("--page", action="store_true", help="write the table and the plot of docs/performance.md too")
     arguments = parser.parse_args()
     unknown = set(arguments.only or []) - set(AREAS)
     if unknown:
@@ -265,6 +282,8 @@ def main():
         with open(out / "report.json", "w", encoding="utf-8") as file:
             json.dump({"date": str(when), "machine": machine(),
                        "areas": {area: [vars(row) for row in rows] for area, rows in areas.items()}}, file, indent=1)
+        if arguments.page:
+            write_page(areas, when)
         print((out / "report.txt").read_text(encoding="utf-8"))
         print(f"Written to {out}")
     for failure in failures:

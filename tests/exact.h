@@ -57,6 +57,11 @@ class Exact {
   friend Exact operator*(const Exact& a, const Exact& b) { return apply(mpc_mul, a, b); }
   friend Exact operator/(const Exact& a, const Exact& b) { return apply(mpc_div, a, b); }
 
+  Exact imaginary() const {
+    Exact result(0.0);
+    mpfr_set(mpc_realref(result.z_), im(), MPFR_RNDN);
+    return result;
+  }
   static Exact pi() {
     Exact result(0.0);
     mpfr_const_pi(mpc_realref(result.z_), MPFR_RNDN);

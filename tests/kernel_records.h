@@ -290,7 +290,10 @@ inline uint64_t complex_tolerance(int32_t op) {
     case MACHFUNC_SQRT:
       return 1;
     case MACHFUNC_ABS:
+    case MACHFUNC_ARG:
       return 2;
+    case MACHFUNC_LOG:
+      return 3;
     case MACHFUNC_EXP:
     case MACHFUNC_SIN:
     case MACHFUNC_COS:

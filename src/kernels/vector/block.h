@@ -260,7 +260,7 @@ struct ModLoop {
       const bool other_sign = (r != T(0)) & ((r < T(0)) != (b < T(0)));
       const T sum = r + b;
       remainders[i] = other_sign ? (sum == b ? T(0) : sum) : r;
-      special |= (absolute(quotient) < kLimit) & (rest == rest) ? 0 : -1;
+      special |= ((absolute(quotient) < kLimit) & (rest == rest)) ? 0 : -1;
     }
     int64_t failed = 0;
     if (special != 0) {

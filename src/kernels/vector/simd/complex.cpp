@@ -1,4 +1,5 @@
 // Elementary functions of complexes.
+#include "kernels/vector/simd/arc_tangent.h"
 #include "kernels/vector/simd/exp_of_sum.h"
 #include "kernels/vector/simd/loop.h"
 #include "kernels/vector/simd/trigonometric.h"
@@ -173,9 +174,31 @@ struct ComplexSqrtForm {
   }
 };
 
+// log|z| + i arg z, the former by the square of the modulus with its low part. Where that is so near 1 that
+// the low part's own error counts, the definition knows more.
+struct ComplexLogForm {
+  ZENTHAR_KERNEL static Complex compute(Complex z, Mask& rare) {
+    const Real a = magnitude(z.re), b = magnitude(z.im);
+    const Real size = greater(a, b);
+    const Real im = arc_tangent(z.im, z.re, rare);
+    rare = rare | not_finite(z.re) | not_finite(z.im) | less(size, broadcast(0x1p-1000));
+    const Bits exponent = exponent_near(size);
+    const Real x = a * inverse_power(exponent), y = b * inverse_power(exponent);
+    const Double p = product(x, x), q = product(y, y), s = sum(p.high, q.high);
+    const Double norm = fast_sum(s.high, s.low + (p.low + q.low));
+    const Real e = to_real(exponent >> 52) - 1023.0;
+    const Real distance = (norm.high - 1.0) + norm.low;
+    rare = rare | (equal(e, Real{}) & less(magnitude(distance), broadcast(0x1p-40)));
+    rare = rare |
+           (equal(e, broadcast(-1.0)) & less(magnitude((norm.high - 4.0) + norm.low), broadcast(0x1p-38)));
+    return {0.5 * log_of(norm, e + e), im};
+  }
+};
+
 }  // namespace
 
 ZENTHAR_VECTOR_FORM(Exp, ComplexExpForm, mcomplex)
+ZENTHAR_VECTOR_FORM(Log, ComplexLogForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Sin, ComplexSinForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Cos, ComplexCosForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Abs, ModulusForm, mcomplex)

@@ -1,10 +1,7 @@
 // Inverse trigonometric functions.
-#include "kernels/vector/simd/loop.h"
+#include "kernels/vector/simd/arc_tangent.h"
 
 namespace zenthar::ZENTHAR_TARGET {
-
-#include "kernels/vector/simd/coefficients/inverse_trigonometric.inc"
-
 namespace {
 
 // base + part + rest for |part| <= |base| or base = 0, a multiple of pi/2 without its low part.
@@ -106,30 +103,12 @@ struct AsecForm {
   }
 };
 
-// Arc tangents are taken from the one of a number c nearby: atan(v) = atan(c) + atan((v - c)/(1 + c v)),
-// where c is the middle of half a binade, and 0 below 1/8.
-struct Neighbour {
-  Real value;
-  Bits index;  // in the tables
-};
-ZENTHAR_KERNEL Neighbour neighbour(Real size) {
-  const Bits place = bits(lesser(broadcast(8.0), greater(broadcast(0x1p-4), size)));
-  const Real middle = real((place & (uint64_t(-1) << 51)) | uint64_t(1) << 50);
-  return {select(less(size, broadcast(0.125)), Real{}, middle), (place >> 51) & 15};
-}
-
-// atan(t) - t
-ZENTHAR_KERNEL Real excess(Real t) {
-  const Real square = t * t;
-  return t * (square * estrin(square, kAtanTerms));
-}
-
 struct AtanForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
     const Real size = lesser(broadcast(0x1p60), magnitude(x));  // a NaN stays one
     const auto [c, index] = neighbour(size);
     const Real t = (size - c) / fused(c, size, broadcast(1.0));
-    const Real y = look_up(kAtanHigh, index) + (t + (look_up(kAtanLow, index) + excess(t)));
+    const Real y = look_up(kAtanHigh, index) + (t + (look_up(kAtanLow, index) + arc_excess(t)));
     return flip_sign(y, sign_of(x));
   }
 };
@@ -145,32 +124,16 @@ struct AcotForm {
     const Real below = select(large, size, fused(c, size, broadcast(1.0)));
     const Real t = above / below;
     const Real low = select(large, remainder(above, t, below) * t, look_up(kAcotLow, index));
-    return flip_sign(look_up(kAcotHigh, index) + (t + (low + excess(t))), sign_of(x));
+    return flip_sign(look_up(kAcotHigh, index) + (t + (low + arc_excess(t))), sign_of(x));
   }
 };
 
-// Of the two magnitudes the larger divides; the axes' arcs come in after that.
 struct Atan2Form {
-  ZENTHAR_KERNEL static Real compute(Real y, Real x, Mask& rare) {
-    constexpr mreal kLeast = 0x1p-500, kMost = 0x1p500;
-    const Real width = magnitude(x), height = magnitude(y);
-    const Mask steep = less(width, height);
-    const Real a = select(steep, width, height), b = select(steep, height, width);
-    rare = not_less_equal(b, broadcast(kMost)) | less(b, broadcast(kLeast)) |
-           (not_less(a, broadcast(kLeast)) ^ !equal(a, Real{}));
-    const auto [c, index] = neighbour(rough_quotient(a, b));
-    const Real above = remainder(a, c, b), below = fused(c, a, b);
-    const Real r = 1.0 / below, t = above * r;
-    const Real low = fused(remainder(above, t, below), r, look_up(kAtanLow, index) + excess(t));
-    // |y|/|x| is the tangent of what lies between the nearest axis and the vector.
-    const Real axis =
-        select(steep, broadcast(kQuarterTurn), select(sign_bit(x), broadcast(2 * kQuarterTurn), Real{}));
-    const Bits signs = sign_of(x) ^ select(steep, broadcast(kSignBit), Bits{});
-    const Double whole = fast_sum(axis, flip_sign(look_up(kAtanHigh, index), signs));
-    const Real rest =
-        flip_sign(t, signs) + (whole.low + fused(axis, broadcast(kTurnLowShare), flip_sign(low, signs)));
-    return flip_sign(whole.high + rest, sign_of(y));
-  }
+  ZENTHAR_KERNEL static Real compute(Real y, Real x, Mask& rare) { return arc_tangent(y, x, rare); }
+};
+
+struct ArgForm {
+  ZENTHAR_KERNEL static Real compute(Complex z, Mask& rare) { return arc_tangent(z.im, z.re, rare); }
 };
 
 }  // namespace
@@ -179,6 +142,7 @@ ZENTHAR_VECTOR_FORM(Asin, AsinForm, mreal)
 ZENTHAR_VECTOR_FORM(Acos, AcosForm, mreal)
 ZENTHAR_VECTOR_FORM(Atan, AtanForm, mreal)
 ZENTHAR_VECTOR_FORM(Atan2, Atan2Form, mreal, mreal)
+ZENTHAR_VECTOR_FORM(Arg, ArgForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Acsc, AcscForm, mreal)
 ZENTHAR_VECTOR_FORM(Asec, AsecForm, mreal)
 ZENTHAR_VECTOR_FORM(Acot, AcotForm, mreal)
