@@ -28,8 +28,6 @@ namespace {
 using namespace exact;
 using kernel_records::kComplex, kernel_records::kReal;
 
-constexpr mreal kInfinity = std::numeric_limits<mreal>::infinity();
-
 using Reference = std::function<Exact(const std::vector<Exact>& operands)>;
 
 // Where an operand (of a complex, each part) is looked for besides the whole range.
