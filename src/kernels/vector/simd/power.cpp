@@ -63,12 +63,10 @@ struct RSqrtForm {
 #else
     const Real rough = 1.0 / square_root(x), y = rough;
 #endif
-    Real square = x, root = y;
-    if constexpr (!kFused) {  // whose products do not reach up to the largest numbers
-      const Mask large = less(broadcast(0x1p900), x);
-      square = select(large, x * 0x1p-200, x);
-      root = select(large, y * 0x1p100, y);
-    }
+    // Without the fused operation products do not reach up to the largest numbers.
+    const Mask large = kFused ? none() : less(broadcast(0x1p900), x);
+    const Real square = kFused ? x : select(large, x * 0x1p-200, x);
+    const Real root = kFused ? y : select(large, y * 0x1p100, y);
     const Double p = product(square, root), one = product(p.high, root);
     const Real rest = fused_from(p.low, root, (1.0 - one.high) - one.low);
     const Real z = fused(0.5 * y, rest, y);
