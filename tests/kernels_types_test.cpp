@@ -238,7 +238,7 @@ TYPED_TEST(IntegerRecords, AreArithmeticOfTheirWidth) {
             this->check(record, M::binary(record.op, a, b), this->counts_modulo(record.op, b),
                         [&](void* to, uint32_t flags) { return record.scalar2(to, &a, &b, flags); });
           } else {
-            T c = T(a ^ T(b * 5 + 3));
+            T c = T(a ^ T(uint64_t(b) * 5 + 3));
             this->check(record, M::ternary(record.op, a, b, c), false,
                         [&](void* to, uint32_t flags) { return record.scalar3(to, &a, &b, &c, flags); });
           }

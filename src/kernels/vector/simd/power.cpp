@@ -53,6 +53,20 @@ struct CbrtForm {
   }
 };
 
+// A number and its inverse root, or without the fused operation, whose products do not reach up to the
+// largest numbers, what stands for them there.
+struct Reached {
+  Real number, inverse_root;
+};
+ZENTHAR_KERNEL Reached within_reach(Real x, Real y) {
+  if constexpr (kFused) {
+    return {x, y};
+  } else {
+    const Mask large = less(broadcast(0x1p900), x);
+    return {select(large, x * 0x1p-200, x), select(large, y * 0x1p100, y)};
+  }
+}
+
 // 1/sqrt(x) and a correction by how far x times its square is from 1.
 struct RSqrtForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask&) {
@@ -63,10 +77,7 @@ struct RSqrtForm {
 #else
     const Real rough = 1.0 / square_root(x), y = rough;
 #endif
-    // Without the fused operation products do not reach up to the largest numbers.
-    const Mask large = kFused ? none() : less(broadcast(0x1p900), x);
-    const Real square = kFused ? x : select(large, x * 0x1p-200, x);
-    const Real root = kFused ? y : select(large, y * 0x1p100, y);
+    const auto [square, root] = within_reach(x, y);
     const Double p = product(square, root), one = product(p.high, root);
     const Real rest = fused_from(p.low, root, (1.0 - one.high) - one.low);
     const Real z = fused(0.5 * y, rest, y);
