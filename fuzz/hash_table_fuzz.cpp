@@ -17,7 +17,7 @@ namespace {
 
 // There is no memory for more buckets, so that tables stay small enough to be looked at whole.
 constexpr size_t kLastStep = 9;
-constexpr size_t kMostBuckets = size_t(kPrimes[kLastStep]);
+constexpr size_t kMostBucketBytes = size_t(kPrimes[kLastStep]) * 64;  // with what lies beside a bucket
 
 int nomem_calls = 0;
 std::multiset<HashEntry> weak_entries;
@@ -27,7 +27,7 @@ std::multiset<HashEntry> weak_entries;
 extern "C" {
 void nomem() { ++nomem_calls; }
 void* kCalloc(size_t count, size_t size, int32_t aligned, int32_t failmode) {
-  if (count > kMostBuckets) {
+  if (count > kMostBucketBytes / size) {
     if (failmode == 0) nomem();
     return nullptr;
   }
