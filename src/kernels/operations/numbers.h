@@ -46,14 +46,10 @@ ZENTHAR_KERNEL T wrapped_product(T a, T b) {
   return T(U(a) * U(b));
 }
 
-// A failure where the topmost bit of x is set, for loops: narrow elements compare, the others shift.
+// A failure where the topmost bit of x is set, for loops.
 template <AnyInteger T>
 ZENTHAR_KERNEL Failure failure_by_sign(T x) {
-  if constexpr (sizeof(T) == 8) {
-    return Failure(uint64_t(x) >> 63);
-  } else {
-    return Failure(Signed<T>(x) >> (kBits<T> - 1));
-  }
+  return Failure(Unsigned<T>(x) & Unsigned<T>(1) << (kBits<T> - 1));
 }
 
 // Sums, differences and products of integers modulo 2^bits, failing with kOverflow while the check is on.
