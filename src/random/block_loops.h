@@ -12,9 +12,12 @@ void words_to_reals(mreal* output, const uint64_t* words, mint count, mreal base
 // or 16.
 void words_to_fields(mint* output, const uint64_t* words, mint count, mint bits, mint low);
 
-// Takes fields of `bits` bits, lowest first, that are `range` at most, each plus `low`, from as many whole
-// words as cannot overfill the output. Moves *words on. @return the elements written
+// Takes fields of `bits` bits, 2 to 64 of them, lowest first, that are `range` at most, each plus `low`, from
+// as many whole words as cannot overfill the output. Moves *words on. @return the elements written
 mint accepted_fields(mint* output, mint count, const uint64_t** words, const uint64_t* end, mint bits,
                      uint64_t range, mint low);
+// The same, where each element takes 1 from the range of those after it, and fields may have a single bit.
+mint falling_fields(mint* output, mint count, const uint64_t** words, const uint64_t* end, mint bits,
+                    uint64_t range, mint low);
 
 }  // namespace zenthar::random

@@ -1,6 +1,7 @@
 // Random buffers, and the generator objects that draw from them.
 #include "random/buffer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -92,6 +93,29 @@ uint64_t take_bits_slowly(RandomBuffer buffer, mint bits) {
     have += part;
   }
   return taken;
+}
+
+mint WordRun::begin(mint sure) {
+  buffer_->left = 0;
+  const mint block = buffer_->words;
+  if (buffer_->next == block) {
+    const mint length = std::min(sure, kLongest) / block * block;
+    if (length > block && (buffer_->fill == fill_from_stream || buffer_->fill == fill_from_automaton)) {
+      int32_t valid;
+      buffer_->fill(own_, length, buffer_->state, &valid);
+      words_ = own_;
+      return length;
+    }
+    refill(buffer_);
+  }
+  words_ = buffer_->block + buffer_->next;
+  return block - buffer_->next;
+}
+
+void WordRun::take(mint count, mint bits) {
+  if (words_ != own_) buffer_->next += count;
+  buffer_->left = int32_t(64 - bits);
+  buffer_->current = bits == 64 ? 0 : words_[count - 1] >> bits;
 }
 
 RandomBuffer buffer_of(RandomGenerator generator) {

@@ -28,12 +28,30 @@ inline uint64_t take_bits(RandomBuffer buffer, mint bits) {
 // for any other, whose bit function has to be called.
 RandomBuffer own_buffer(RandomGenerator generator);
 
-// Words of the block that have not been begun, at least one; the word under way is dropped.
-inline mint begin_words(RandomBuffer buffer) {
-  buffer->left = 0;
-  if (buffer->next == buffer->words) refill(buffer);
-  return buffer->words - buffer->next;
-}
+// Fill functions of generators with short blocks. They fill several blocks in one call as well.
+int32_t fill_from_stream(uint64_t* block, mint words, void* state, int32_t* valid_bits);
+int32_t fill_from_automaton(uint64_t* block, mint words, void* state, int32_t* valid_bits);
+
+// Whole words of an own_buffer(), a run at a time: what is left of its block, or where more words are sure to
+// be taken than a short block has, several blocks made at once beside it.
+class WordRun {
+ public:
+  explicit WordRun(RandomBuffer buffer) : buffer_(buffer) {}
+
+  // Drops the word under way and begins a run. Words that are `sure` must be taken before the next one
+  // begins.
+  // @return its length, at least 1
+  mint begin(mint sure);
+  const uint64_t* words() const { return words_; }
+  // Takes words of the run, at least one, and of the last one only the low `bits`.
+  void take(mint count, mint bits);
+
+ private:
+  static constexpr mint kLongest = 320;
+  RandomBuffer buffer_;
+  const uint64_t* words_ = nullptr;
+  uint64_t own_[kLongest];
+};
 
 // What an algorithm brings to a generator object.
 struct Algorithm {

@@ -74,7 +74,9 @@ void advance(Automaton* a) {
   a->next = spent;
 }
 
-int32_t fill(uint64_t* block, mint words, void* state, int32_t* valid_bits) {
+}  // namespace
+
+int32_t fill_from_automaton(uint64_t* block, mint words, void* state, int32_t* valid_bits) {
   *valid_bits = 64;
   auto* a = static_cast<Automaton*>(state);
   const mint turn = (a->width - a->start) / a->step;
@@ -85,6 +87,8 @@ int32_t fill(uint64_t* block, mint words, void* state, int32_t* valid_bits) {
   }
   return 0;
 }
+
+namespace {
 
 // The auxiliary generator's first words, last one first. Its state is made once and worked on in copies, so
 // that equal keys give equal registers.
@@ -118,7 +122,7 @@ void seed(RandomGenerator generator, const uint64_t* key, mint length) {
   for (mint i = 0; i < kStirringTurns * width; ++i) advance(a);
 }
 
-constexpr Algorithm kAlgorithm = {"ExtendedCA", fill, seed, copy_automaton, free_automaton};
+constexpr Algorithm kAlgorithm = {"ExtendedCA", fill_from_automaton, seed, copy_automaton, free_automaton};
 
 }  // namespace
 }  // namespace zenthar::random

@@ -29,6 +29,10 @@ uint64_t below_or_at(const Bits& bits_of, mint bits, uint64_t range) {
   return value;
 }
 
+// Element i is a number from 0 to last - i, as Generic_randomMIntegers draws it alone. `count` is last + 1 at
+// most.
+void draw_falling(RandomBuffer own, mint* output, mint count, mint last);
+
 // Fills with reals as Generic_randomMReals does, and tells how many were written.
 int32_t draw_reals(mreal* output, mint count, RandomGenerator generator, mreal low, mreal high,
                    mint* written);

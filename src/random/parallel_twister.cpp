@@ -4,6 +4,7 @@
 
 #include "random/buffer.h"
 #include "random/seeding.h"
+#include "random/targets.h"
 #include "zenthar/memory.h"
 
 namespace zenthar::random {
@@ -50,41 +51,95 @@ void* copy_stream(void* state) {
   return copy;
 }
 
-// One turn of the recurrence over the whole state, and its tempered words. The state is worked on in a local
-// array with its first word repeated at the end, so that the loops vectorise.
-void generate(const Stream& stream, uint32_t* s, uint32_t* out) {
-  const uint32_t upper = stream.umask, lower = stream.lmask, matrix = stream.aaa;
-  const auto next = [&](int k, uint32_t middle) {
-    const uint32_t x = (s[k] & upper) | (s[k + 1] & lower);
-    return middle ^ (x >> 1) ^ (matrix & -(x & 1));
-  };
-  for (int k = 0; k < kWords - kMiddle; ++k) s[k] = next(k, s[k + kMiddle]);
-  s[kWords] = s[0];
-  for (int k = kWords - kMiddle; k < kWords; ++k) s[k] = next(k, s[k + kMiddle - kWords]);
-  const uint32_t mask_b = stream.maskB, mask_c = stream.maskC;
-  for (int k = 0; k < kWords; ++k) {
-    uint32_t y = s[k];
-    y ^= y >> 12;
-    y ^= (y << 7) & mask_b;
-    y ^= (y << 15) & mask_c;
-    out[k] = y ^ (y >> 18);
+// Vectors of words, and those that begin at `a`'s second and at `a`'s last word and go on into `b`.
+template <int kLanes>
+struct Vector;
+template <>
+struct Vector<4> {
+  using Words = uint32_t __attribute__((vector_size(16)));
+  // Two shuffles each, which is as few as SSE2 can.
+  ZENTHAR_LOOP void from_second(Words& r, const Words& a, const Words& b) {
+    r = __builtin_shufflevector(a, __builtin_shufflevector(a, b, 3, 3, 4, 4), 1, 2, 4, 6);
   }
+  ZENTHAR_LOOP void from_last(Words& r, const Words& a, const Words& b) {
+    r = __builtin_shufflevector(__builtin_shufflevector(a, b, 3, 3, 4, 4), b, 0, 2, 5, 6);
+  }
+};
+template <>
+struct Vector<8> {
+  using Words = uint32_t __attribute__((vector_size(32)));
+  ZENTHAR_LOOP void from_second(Words& r, const Words& a, const Words& b) {
+    r = __builtin_shufflevector(a, b, 1, 2, 3, 4, 5, 6, 7, 8);
+  }
+  ZENTHAR_LOOP void from_last(Words& r, const Words& a, const Words& b) {
+    r = __builtin_shufflevector(a, b, 7, 8, 9, 10, 11, 12, 13, 14);
+  }
+};
+
+// Fills blocks: two turns of the recurrence over the whole state each, and its tempered words.
+//
+// A word depends on those 17, 16 and 9 before it, so no more than nine can be computed at once, and vectors
+// are of eight words at most. Let x[0] be the first word of the state and v the length of a vector: the words
+// from x[v j + 17] on come from those from x[v j], x[v j + 1] and x[v j + 8] on. Vectors from x[v j] on and
+// from x[v j + 1] on are both kept in registers, and what binds one step to the next is a shuffle and an
+// exclusive or. Of a block's last step two words are used.
+template <int kLanes>
+ZENTHAR_LOOP void generate(const Stream& stream, uint64_t* __restrict__ block, int64_t blocks) {
+  using V = Vector<kLanes>;
+  using Words = typename V::Words;
+  constexpr int kState = 16 / kLanes, kSteps = 32 / kLanes + 1;
+  const uint32_t upper = stream.umask, lower = stream.lmask, matrix = stream.aaa;
+  const uint32_t mask_b = stream.maskB, mask_c = stream.maskC;
+  uint32_t* const state = stream.state;
+  Words even[kState + kSteps], odd[kState + kSteps];  // from x[v j], and from x[v j + 1] on
+  for (int j = 0; j < kState; ++j) __builtin_memcpy(&even[j], state + kLanes * j, sizeof *even);
+  Words last = {state[16]};
+  for (; blocks > 0; --blocks, block += kWords) {
+#pragma GCC unroll 4
+    for (int j = 0; j < kState; ++j) V::from_second(odd[j], even[j], j + 1 < kState ? even[j + 1] : last);
+#pragma GCC unroll 9
+    for (int j = 0; j < kSteps; ++j) {
+      const Words x = (even[j] & upper) | (odd[j] & lower);
+      Words y = even[j + kState / 2] ^ (x >> 1) ^ (-(x & 1) & matrix);
+      odd[j + kState] = y;
+      V::from_last(even[j + kState], odd[j + kState - 1], y);
+      y ^= y >> 12;
+      y ^= (y << 7) & mask_b;
+      y ^= (y << 15) & mask_c;
+      y ^= y >> 18;
+      __builtin_memcpy(block + kLanes / 2 * j, &y, j < kSteps - 1 ? sizeof y : sizeof *block);
+    }
+#pragma GCC unroll 4
+    for (int j = 0; j < kState; ++j) V::from_second(even[j], odd[kSteps - 1 + j], odd[kSteps + j]);
+    last = Words{odd[kSteps + kState - 1][1]};
+  }
+  for (int j = 0; j < kState; ++j) __builtin_memcpy(state + kLanes * j, &even[j], sizeof *even);
+  state[16] = last[0];
 }
 
-int32_t fill(uint64_t* block, mint words, void* state, int32_t* valid_bits) {
+void generate_baseline(const Stream& s, uint64_t* block, int64_t blocks) { generate<4>(s, block, blocks); }
+#ifdef ZENTHAR_RANDOM_X86
+ZENTHAR_AVX2 void generate_avx2(const Stream& s, uint64_t* block, int64_t blocks) {
+  generate<8>(s, block, blocks);
+}
+ZENTHAR_AVX512 void generate_avx512(const Stream& s, uint64_t* block, int64_t blocks) {
+  generate<8>(s, block, blocks);
+}
+constexpr void (*kGenerators[])(const Stream&, uint64_t*, int64_t) = {generate_baseline, generate_avx2,
+                                                                      generate_avx512};
+#else
+constexpr void (*kGenerators[])(const Stream&, uint64_t*, int64_t) = {generate_baseline};
+#endif
+
+}  // namespace
+
+int32_t fill_from_stream(uint64_t* block, mint words, void* state, int32_t* valid_bits) {
   *valid_bits = 64;
-  const Stream& stream = *static_cast<Stream*>(state);
-  uint32_t s[kWords + 1];
-  std::memcpy(s, stream.state, kWords * sizeof(uint32_t));
-  for (; words >= kWords; words -= kWords, block += kWords) {
-    uint32_t out[2 * kWords];
-    generate(stream, s, out);
-    generate(stream, s, out + kWords);
-    std::memcpy(block, out, sizeof out);
-  }
-  std::memcpy(stream.state, s, kWords * sizeof(uint32_t));
+  kGenerators[target_index()](*static_cast<Stream*>(state), block, words / kWords);
   return 0;
 }
+
+namespace {
 
 void seed(RandomGenerator generator, const uint64_t* key, mint length) {
   RandomBuffer buffer = buffer_of(generator);
@@ -97,7 +152,7 @@ void seed(RandomGenerator generator, const uint64_t* key, mint length) {
   discard(buffer);
 }
 
-constexpr Algorithm kAlgorithm = {"ParallelGenerator", fill, seed, copy_stream, free_stream};
+constexpr Algorithm kAlgorithm = {"ParallelGenerator", fill_from_stream, seed, copy_stream, free_stream};
 
 }  // namespace
 }  // namespace zenthar::random

@@ -26,11 +26,11 @@ bool is_packed(uint64_t range, mint bits) { return bits <= 31 && range == low_ma
 
 // Packed elements of whole groups.
 void packed_groups(const OwnBits& own, mint* output, mint groups, mint bits, mint low) {
-  RandomBuffer buffer = own.buffer;
+  WordRun run(own.buffer);
   while (groups > 0) {
-    const mint words = std::min(begin_words(buffer), groups);
-    words_to_fields(output, buffer->block + buffer->next, words, bits, low);
-    buffer->next += words;
+    const mint words = std::min(run.begin(groups), groups);
+    words_to_fields(output, run.words(), words, bits, low);
+    run.take(words, 64);
     output += words * (64 / bits);
     groups -= words;
   }
@@ -43,41 +43,62 @@ void packed_groups(const ForeignBits& foreign, mint* output, mint groups, mint b
   }
 }
 
-// Elements by rejection from whole words; the rest is left to the caller.
-mint accepted_blocks(const OwnBits& own, mint* output, mint count, mint bits, uint64_t range, mint low) {
-  RandomBuffer buffer = own.buffer;
+// How the range of an element follows from that of the one before it.
+enum class Range { kFixed, kFalling };
+
+// Elements from what is left of the word under way. Without a branch for the rejected, as in the block loops.
+template <uint64_t kFall>
+mint accepted_in_word(RandomBuffer buffer, mint* output, mint count, mint bits, uint64_t range, mint low) {
+  const uint64_t mask = low_mask(bits);
+  uint64_t word = buffer->current;
+  int32_t left = buffer->left;
   mint n = 0;
-  for (; n < count && buffer->left >= bits;) {
-    const uint64_t value = own(bits);
+  for (; n < count && left >= bits; left -= int32_t(bits), word >>= bits) {
+    const uint64_t value = word & mask;
     output[n] = mint(uint64_t(low) + value);
-    n += value <= range;
+    n += value <= range - kFall * uint64_t(n);
   }
-  while (count - n >= 64 / bits) {
-    const mint available = begin_words(buffer);
-    const uint64_t* word = buffer->block + buffer->next;
-    n += accepted_fields(output + n, count - n, &word, word + available, bits, range, low);
-    buffer->next = word - buffer->block;
-    const mint used = 64 / bits * bits;
-    buffer->left = int32_t(64 - used);
-    buffer->current = used == 64 ? 0 : word[-1] >> used;
-  }
+  buffer->current = word;
+  buffer->left = left;
   return n;
 }
 
-mint accepted_blocks(const ForeignBits&, mint*, mint, mint, uint64_t, mint) { return 0; }
+// Elements by rejection.
+template <Range kKind = Range::kFixed>
+void draw_accepted(const OwnBits& own, mint* output, mint count, mint bits, uint64_t range, mint low) {
+  constexpr uint64_t kFall = kKind == Range::kFalling;
+  constexpr auto kFields = kFall ? falling_fields : accepted_fields;
+  const mint per = 64 / bits;
+  mint n = bits < 64 ? accepted_in_word<kFall>(own.buffer, output, count, bits, range, low) : 0;
+  WordRun run(own.buffer);
+  while (n < count) {
+    const uint64_t range_now = range - kFall * uint64_t(n);
+    if (count - n >= per) {
+      // No word gives more elements than it has fields.
+      const mint available = run.begin((count - n) / per);
+      const uint64_t* word = run.words();
+      n += kFields(output + n, count - n, &word, word + available, bits, range_now, low);
+      run.take(word - run.words(), per * bits);
+    } else {
+      run.begin(1);
+      run.take(1, 0);
+      n += accepted_in_word<kFall>(own.buffer, output + n, count - n, bits, range_now, low);
+    }
+  }
+}
+
+void draw_accepted(const ForeignBits& foreign, mint* output, mint count, mint bits, uint64_t range,
+                   mint low) {
+  for (mint n = 0; n < count; ++n) output[n] = mint(uint64_t(low) + below_or_at(foreign, bits, range));
+}
 
 template <class Bits>
 void draw_integers(const Bits& bits_of, mint* output, mint count, mint low, uint64_t range) {
   const mint bits = bit_length(range);
-  mint n = 0;
-  if (is_packed(range, bits)) {
-    const mint per = 64 / bits, groups = count / per;
-    packed_groups(bits_of, output, groups, bits, low);
-    n = groups * per;
-  } else {
-    n = accepted_blocks(bits_of, output, count, bits, range, low);
-  }
-  for (; n < count; ++n) output[n] = mint(uint64_t(low) + below_or_at(bits_of, bits, range));
+  if (!is_packed(range, bits)) return draw_accepted(bits_of, output, count, bits, range, low);
+  const mint per = 64 / bits, groups = count / per;
+  packed_groups(bits_of, output, groups, bits, low);
+  for (mint n = groups * per; n < count; ++n) output[n] = mint(uint64_t(low) + bits_of(bits));
 }
 
 struct Grid {
@@ -101,20 +122,17 @@ bool abort_requested() { return std::atomic_ref(watch).load(std::memory_order_re
 // A word an element. An abort flag that comes up is seen before the next block is begun; while it is up, its
 // handler is asked after each element.
 int32_t reals_by_block(const OwnBits& own, mreal* output, mint count, const Grid& grid, mint* written) {
-  RandomBuffer buffer = own.buffer;
   mint n = 0;
-  if (count > 0 && buffer->left >= kRealBits && !abort_requested()) output[n++] = grid(own(kRealBits));
+  if (count > 0 && own.buffer->left >= kRealBits && !abort_requested()) output[n++] = grid(own(kRealBits));
+  WordRun run(own.buffer);
   while (n < count) {
     if (abort_requested()) {
       *written = n;
       return reals_one_by_one(own, output + n, count - n, grid, written);
     }
-    const mint words = std::min(begin_words(buffer), count - n);
-    const uint64_t* from = buffer->block + buffer->next;
-    words_to_reals(output + n, from, words, grid.base, grid.scale);
-    buffer->next += words;
-    buffer->current = from[words - 1] >> kRealBits;
-    buffer->left = 64 - kRealBits;
+    const mint words = std::min(run.begin(count - n), count - n);
+    words_to_reals(output + n, run.words(), words, grid.base, grid.scale);
+    run.take(words, kRealBits);
     n += words;
   }
   *written = n;
@@ -122,6 +140,19 @@ int32_t reals_by_block(const OwnBits& own, mreal* output, mint count, const Grid
 }
 
 }  // namespace
+
+void draw_falling(RandomBuffer own, mint* output, mint count, mint last) {
+  const OwnBits bits_of{own};
+  while (count > 0 && last > 0) {
+    const mint bits = bit_length(uint64_t(last));
+    const mint alike = std::min(count, last - (mint{1} << (bits - 1)) + 1);  // elements of so many bits
+    draw_accepted<Range::kFalling>(bits_of, output, alike, bits, uint64_t(last), 0);
+    output += alike;
+    count -= alike;
+    last -= alike;
+  }
+  std::fill_n(output, count, 0);
+}
 
 int32_t draw_reals(mreal* output, mint count, RandomGenerator generator, mreal low, mreal high,
                    mint* written) {
