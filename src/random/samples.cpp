@@ -63,48 +63,66 @@ mint keep_new(mint* output, mint filled, const mint* drawn, mint count, Position
   return filled;
 }
 
-// One integer from 0 to `last`, by `bits_of` as Generic_randomMIntegers does for a single element.
-template <class Bits>
-struct OneBelow {
-  Bits bits_of;
-  int32_t operator()(mint last, mint* r) const {
-    *r = last == 0 ? 0 : mint(below_or_at(bits_of, bit_length(uint64_t(last)), uint64_t(last)));
+// Where the positions of an exchange come from, a chunk at a time: element i from 0 to last - i.
+struct FromBuffer {
+  RandomBuffer buffer;
+  int32_t operator()(mint* draws, mint count, mint last) const {
+    draw_falling(buffer, draws, count, last);
     return 0;
   }
 };
 
-struct OneByFunction {
+struct FromFunction {
   RandomMIntegerFunction integers;
   RandomGenerator generator;
-  int32_t operator()(mint last, mint* r) const { return integers(r, 1, 0, last, generator); }
+  int32_t operator()(mint* draws, mint count, mint last) const {
+    int32_t code = 0;
+    for (mint i = 0; i < count && code == 0; ++i) {
+      draws[i] = 0;
+      code = integers(draws + i, 1, 0, last - i, generator);
+    }
+    return code;
+  }
 };
 
 // Fisher and Yates, from the end.
-template <class One>
-int32_t exchange_from_end(mint* output, mint k, mint* positions, mint n, const One& one) {
-  for (mint i = 0; i < n; ++i) positions[i] = i + 1;
-  for (mint i = 0, last = n - 1; i < k; ++i, --last) {
-    mint r = 0;
-    const int32_t code = one(last, &r);
+template <mint kChunk, class Position, class Draw>
+int32_t exchange_from_end(mint* output, mint k, Position* positions, mint n, const Draw& draw) {
+  for (mint i = 0; i < n; ++i) positions[i] = Position(i + 1);
+  mint draws[kChunk];
+  for (mint done = 0; done < k; done += kChunk) {
+    const mint count = std::min(kChunk, k - done), last = n - 1 - done;
+    const int32_t code = draw(draws, count, last);
     if (code != 0) return code;
-    output[i] = positions[r];
-    positions[r] = positions[last];
+    for (mint i = 0; i < count; ++i) {
+      output[done + i] = positions[draws[i]];
+      positions[draws[i]] = positions[last - i];
+    }
   }
   return 0;
 }
 
-int32_t sample_by_exchange(mint* output, mint k, mint n, RandomMIntegerFunction integers,
-                           RandomGenerator generator) {
-  mint* positions = new_integers(n);
+template <class Position>
+int32_t sample_by_exchange_of(mint* output, mint k, mint n, RandomMIntegerFunction integers,
+                              RandomGenerator generator) {
+  if (uint64_t(n) > SIZE_MAX / sizeof(Position)) return ZENTHAR_ERROR_OUT_OF_MEMORY;
+  auto* positions = static_cast<Position*>(zalloc(size_t(n) * sizeof(Position), 1, 1));
   if (!positions) return ZENTHAR_ERROR_OUT_OF_MEMORY;
   int32_t code;
   RandomBuffer own = integers == Generic_randomMIntegers ? own_buffer(generator) : nullptr;
   if (own)
-    code = exchange_from_end(output, k, positions, n, OneBelow<OwnBits>{{own}});
-  else
-    code = exchange_from_end(output, k, positions, n, OneByFunction{integers, generator});
+    code = exchange_from_end<512>(output, k, positions, n, FromBuffer{own});
+  else  // so that what was drawn before a failure is written
+    code = exchange_from_end<1>(output, k, positions, n, FromFunction{integers, generator});
   zfree(positions);
   return code;
+}
+
+int32_t sample_by_exchange(mint* output, mint k, mint n, RandomMIntegerFunction integers,
+                           RandomGenerator generator) {
+  return n <= mint{std::numeric_limits<uint32_t>::max()}
+             ? sample_by_exchange_of<uint32_t>(output, k, n, integers, generator)
+             : sample_by_exchange_of<mint>(output, k, n, integers, generator);
 }
 
 int32_t sample_by_repetition(mint* output, mint k, mint n, RandomMIntegerFunction integers,
