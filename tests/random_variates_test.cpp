@@ -291,6 +291,31 @@ TEST(Choices, TakeTheFirstPositionThatReachesTheDraw) {
   EXPECT_EQ(RandomChoicePositionsM(out, 0, sums, 4, g), 0);
 }
 
+// With tables of either size and without one, for weights that put none, one, two or hundreds of sums in a
+// slice.
+TEST(Choices, TablesFindWhatASearchFinds) {
+  RandomGenerator g = MersenneTwister_alloc(nullptr), same = MersenneTwister_alloc(nullptr);
+  mreal (*const shapes[])(size_t) = {[](size_t) { return 1.0; },
+                                     [](size_t i) { return mreal(i * 7919 % 1000); },
+                                     [](size_t i) { return i % 3 == 0 ? std::exp(mreal(i % 61) - 30) : 0; },
+                                     [](size_t i) { return 1 / mreal((i + 1) * (i + 1)); }};
+  for (auto shape : shapes)
+    for (mint m : {7, 8, 150, 1024, 3000}) {
+      std::vector<mreal> sums(static_cast<size_t>(m));
+      for (size_t i = 0; i < sums.size(); ++i) sums[i] = shape(i) + (i > 0 ? sums[i - 1] : 0);
+      for (mint k : {m / 2 - 1, m, 4 * m}) {
+        std::vector<mint> positions(static_cast<size_t>(k));
+        std::vector<mreal> draws(positions.size());
+        ASSERT_EQ(RandomChoicePositionsM(positions.data(), k, sums.data(), m, g), 0);
+        ASSERT_EQ(Generic_randomMReals(draws.data(), k, same, 0, sums.back()), 0);
+        for (size_t i = 0; i < draws.size(); ++i)
+          ASSERT_EQ(positions[i], std::lower_bound(sums.begin(), sums.end(), draws[i]) - sums.begin() + 1);
+      }
+    }
+  MersenneTwister_free(g);
+  MersenneTwister_free(same);
+}
+
 TEST(Choices, KeepWhatWasDrawnBeforeAFailure) {
   Script g({0});
   g.abort_at = 2;

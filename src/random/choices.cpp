@@ -28,7 +28,7 @@ class Finder {
   // A table pays when there are several draws for each weight to be sorted in.
   Finder(const mreal* sums, mint m, mint k) : sums_(sums), m_(m) {
     if (m < 8 || m > kLargestTable || k < m / 2) return;
-    slices_ = mint(std::bit_ceil(uint64_t(m)));
+    slices_ = mint(std::bit_ceil(uint64_t(m))) << (k / 4 >= m);
     per_unit_ = mreal(slices_) / sums[m - 1];
     if (!std::isfinite(per_unit_)) return;
     begin_ = static_cast<int32_t*>(zalloc(size_t(slices_ + 1) * sizeof(int32_t), 0, 1));
@@ -43,9 +43,14 @@ class Finder {
     x = x > 0 ? x : std::numeric_limits<mreal>::denorm_min();
     mint lo = 0, hi = m_ - 1;
     if (begin_) {
-      const mint slice = slice_of(x);
-      lo = begin_[slice];
-      hi = begin_[slice + 1];
+      const int32_t* const slice = begin_ + slice_of(x);
+      lo = slice[0];
+      hi = slice[1];
+      // Few slices have more than two sums, so mostly no branch depends on x from here on.
+      lo += int(lo < hi) & int(sums_[lo] < x);
+      lo += int(lo < hi) & int(sums_[lo] < x);
+      if (!(int(lo < hi) & int(sums_[lo] < x))) [[likely]]
+        return lo + 1;
     }
     while (lo < hi) {
       const mint mid = (lo + hi) >> 1;
