@@ -1,5 +1,5 @@
 // Random numbers beside the C++ standard library's: the 64-bit Mersenne Twister under its uniform
-// distributions, std::shuffle's relatives and std::discrete_distribution.
+// distributions, std::discrete_distribution, std::sample and std::shuffle.
 //
 // Rows are named what/generator/elements; items_per_second counts elements. Ours are drawn by the exported
 // functions from the named generator, theirs one by one from std::mt19937_64.
@@ -78,10 +78,16 @@ void add_uniform_rows() {
   }
 }
 
-void add_choice_rows() {
-  constexpr mint kWeights = 1000;
+constexpr mint kWeights = 1000;
+
+std::vector<mreal> some_weights() {
   std::vector<mreal> weights(kWeights);
   for (size_t i = 0; i < weights.size(); ++i) weights[i] = mreal(i * 7919 % 1000 + 1);
+  return weights;
+}
+
+void add_choice_rows() {
+  const std::vector<mreal> weights = some_weights();
   std::vector<mreal> sums(kWeights);
   std::partial_sum(weights.begin(), weights.end(), sums.begin());
   rows<mint>("choices_of_1000", kCount, [](mint* output, mint n, RandomGenerator g) {
@@ -111,6 +117,22 @@ void add_sample_rows() {
       std::sample(positions.begin(), positions.end(), output, n, engine);
     });
   }
+  constexpr mint kPermuted = 200000;
+  rows<mint>("permutations", kPermuted, [](mint* output, mint n, RandomGenerator g) {
+    return SimpleRandomSamplePositionsM(output, n, n, g);
+  });
+  row<mint>("permutations/std", kPermuted, [engine = std::mt19937_64{}](mint* output, mint n) mutable {
+    std::iota(output, output + n, 1);
+    std::shuffle(output, output + n, engine);
+  });
+  const std::vector<mreal> weights = some_weights();
+  MTensor tensor = MTensor_newAllocatedCommon(MTENSOR_TYPE_REAL, 1, &kWeights, 0);
+  std::copy(weights.begin(), weights.end(), static_cast<mreal*>(tensor->data));
+  for (mint k : {mint{50}, mint{500}})
+    rows<mint>("weighted_samples_of_1000", k, [tensor](mint* output, mint n, RandomGenerator g) {
+      CurrentRandomGenerator_set(g);
+      return RandomSamples(output, n, kWeights, tensor);
+    });
 }
 
 }  // namespace

@@ -31,7 +31,10 @@ def main():
                 ("choices_of_1000", COUNT, lambda: g.choice(1000, COUNT)),
                 ("weighted_choices_of_1000", COUNT, lambda: g.choice(1000, COUNT, p=weights)),
                 *(("samples_of_200000", k, lambda k=k: g.choice(200000, k, replace=False))
-                  for k in (1000, 20000, 200000))]
+                  for k in (1000, 20000, 200000)),
+                ("permutations", 200000, lambda: g.permutation(200000)),
+                *(("weighted_samples_of_1000", k, lambda k=k: g.choice(1000, k, replace=False, p=weights))
+                  for k in (50, 500))]
         for row, count, function in rows:
             print(f"{row}/{name}/{count}  items_per_second={count / best_seconds(function) / 1e6:.1f}M/s", flush=True)
 

@@ -116,7 +116,6 @@ struct RealAbs {
 template <AnyInteger T, class C>
 ZENTHAR_KERNEL Outcome<T> integer_square(T x, C checks) {
   const auto square = multiply(x, x, checks);
-  if constexpr (C::kBlock) return square;
   return {square.value, fail_if(square.failure != Failure::kNone, Failure::kRaisedOverflow)};
 }
 

@@ -77,30 +77,15 @@ ZENTHAR_KERNEL T shift_magnitude_right(T a, Unsigned<T> count) {
   return with_sign_of(a, shifted);
 }
 
-// Not 0 where a shift to the left gives `shifted` and does not come back to a.
-template <AnyInteger T>
-ZENTHAR_KERNEL T lost_by_shift(T a, T shifted, Unsigned<T> count) {
-  return T(a ^ (count > kShiftMask<T> ? T(0) : T(shifted >> (count & kShiftMask<T>))));
-}
-
-template <AnyInteger T>
-ZENTHAR_KERNEL T shift_left(T a, Unsigned<T> count) {
-  return T(Unsigned<T>(a) << (count & kShiftMask<T>));
-}
-
 template <AnyInteger T, class C>
 ZENTHAR_KERNEL Outcome<T> shift_left(T a, Unsigned<T> count, C checks) {
-  const T shifted = shift_left(a, count);
-  return {shifted, fail_if(checks.overflow() && lost_by_shift(a, shifted, count) != 0, Failure::kOverflow)};
-}
-
-// Both directions without a branch, for loops.
-template <AnyInteger T, class C>
-ZENTHAR_KERNEL Outcome<T> shift_either_way(T a, Unsigned<T> count, bool to_the_right, C) {
-  const T left = shift_left(a, count);
-  const T right = shift_magnitude_right(a, count);
-  const T lost = to_the_right ? T(0) : lost_by_shift(a, left, count);
-  return {to_the_right ? right : left, Failure(C::overflow() ? lost : T(0))};
+  using U = Unsigned<T>;
+  if (!checks.overflow()) return {T(U(a) << (count & kShiftMask<T>)), Failure::kNone};
+  const auto limit = U(U(kGreatest<T>) + is_negative(a));
+  const bool overflow =
+      (a != 0) & ((count > kShiftMask<T>) | (unsigned_magnitude(a) > U(limit >> (count & kShiftMask<T>))));
+  return {with_sign_of(a, U(unsigned_magnitude(a) << (count & kShiftMask<T>))),
+          fail_if(overflow, Failure::kOverflow)};
 }
 
 // Scales by 2^n: exact until the result is rounded, once. Counts beyond the limits leave nothing of any
@@ -132,7 +117,6 @@ struct BitShiftLeft {
   static constexpr bool kFailsOnlyChecked = true;
   template <AnyInteger T, class C>
   ZENTHAR_KERNEL static Outcome<T> checked(T a, T s, C checks) {
-    if constexpr (C::kBlock) return shift_either_way(a, unsigned_magnitude(s), is_negative(s), checks);
     if (is_negative(s)) return {shift_magnitude_right(a, unsigned_magnitude(s)), Failure::kNone};
     return shift_left(a, Unsigned<T>(s), checks);
   }
@@ -150,7 +134,6 @@ struct BitShiftRight {
   static constexpr bool kFailsOnlyChecked = true;
   template <AnyInteger T, class C>
   ZENTHAR_KERNEL static Outcome<T> checked(T a, T s, C checks) {
-    if constexpr (C::kBlock) return shift_either_way(a, unsigned_magnitude(s), !is_negative(s), checks);
     if (is_negative(s)) return shift_left(a, unsigned_magnitude(s), checks);
     return {shift_magnitude_right(a, Unsigned<T>(s)), Failure::kNone};
   }

@@ -46,10 +46,14 @@ ZENTHAR_KERNEL T wrapped_product(T a, T b) {
   return T(U(a) * U(b));
 }
 
-// A failure where the topmost bit of x is set, for loops.
+// A failure where the topmost bit of x is set, for loops: narrow elements compare, the others shift.
 template <AnyInteger T>
 ZENTHAR_KERNEL Failure failure_by_sign(T x) {
-  return Failure(Unsigned<T>(x) & Unsigned<T>(1) << (kBits<T> - 1));
+  if constexpr (sizeof(T) == 8) {
+    return Failure(uint64_t(x) >> 63);
+  } else {
+    return Failure(Signed<T>(x) >> (kBits<T> - 1));
+  }
 }
 
 // Sums, differences and products of integers modulo 2^bits, failing with kOverflow while the check is on.

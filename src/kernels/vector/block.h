@@ -284,11 +284,11 @@ template <uint32_t kFlags>
 struct Loop<Mod, kFlags, float, float> : ModLoop<kFlags, float> {};
 #endif
 
-// Products of integers with the overflow check, but for the narrowest. Elements are mostly small: the bits
-// that they need are gathered beside the products of a piece, and only where they leave room for an overflow
-// are the products made again, with a look at each.
+// Products of the wider integers with the overflow check. Elements are mostly small: the bits that they need
+// are gathered beside the products of a piece, and only where they leave room for an overflow are the
+// products looked at again, one by one.
 template <AnyInteger T>
-requires(sizeof(T) >= 2) struct Block<Times, kCheckOverflow, T, T> {
+requires(sizeof(T) >= 4) struct Block<Times, kCheckOverflow, T, T> {
   static int64_t compute(void* result, const void* const* operands, mint n) {
     constexpr mint kPiece = 512;
     int64_t failed = 0;
@@ -311,13 +311,16 @@ requires(sizeof(T) >= 2) struct Block<Times, kCheckOverflow, T, T> {
       const U x = load<U>(a, i), y = load<U>(b, i);
       a_bits |= needed_bits(x);
       b_bits |= needed_bits(y);
-      store(result, i, wrapped_product(x, y));
+      store(result, i, U(x * y));
     }
     // With p and q the topmost bits, |x| <= 2^p and |y| <= 2^q of signed elements have a product of at most
     // 2^(bits - 2); x < 2^(p + 1) and y < 2^(q + 1) of unsigned ones have one below 2^bits.
     if (leading_zeros(a_bits) + leading_zeros(b_bits) >= kBits<T>) return 0;
-    const void* const operands[] = {a, b};
-    return Loop<Times, kCheckOverflow, T, T>::run(result, operands, n);
+    int64_t failed = 0;
+#pragma omp simd reduction(| : failed)
+    for (mint i = 0; i < n; ++i)
+      failed |= int64_t(multiply(load<T>(a, i), load<T>(b, i), BlockChecks<kCheckOverflow>{}).failure);
+    return failed;
   }
 
 #ifdef __AVX2__
@@ -342,16 +345,6 @@ requires(sizeof(T) >= 2) struct Block<Times, kCheckOverflow, T, T> {
     return kSigned<T> ? Unsigned<T>(x ^ (x + x)) : x;
   }
   static int leading_zeros(uint64_t bits) { return __builtin_clzll(bits) - (64 - kBits<T>); }
-};
-template <AnyInteger T>
-requires(sizeof(T) >= 2) struct Block<Square, kCheckOverflow, T> {
-  static int64_t compute(void* result, const void* const* operands, mint n) {
-    const void* const factors[] = {operands[0], operands[0]};
-    return Block<Times, kCheckOverflow, T, T>::compute(result, factors, n);
-  }
-};
-template <AnyInteger T>
-requires(sizeof(T) >= 2) struct Block<AbsSquare, kCheckOverflow, T> : Block<Square, kCheckOverflow, T> {
 };
 
 }  // namespace zenthar::ZENTHAR_TARGET

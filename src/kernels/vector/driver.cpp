@@ -227,18 +227,11 @@ void piece_body(void* run, ParallelThread thread) {
                 thread);
 }
 
-// What arithmetic takes goes by the bytes.
-mint least_piece(const VectorKernel& kernel) {
-  const mint least = kLeastPiece[kernel.threshold_class];
-  return kernel.threshold_class == 0 && kernel.result_size < 8 ? least * 8 / kernel.result_size : least;
-}
-
 // Whether a run was divided among the pool's threads.
-bool divided(Run& run, const VectorKernel& kernel, mint n) {
+bool divided(Run& run, int32_t threshold_class, mint n) {
   const mint threads = getParallelThreadNumber();
-  const mint least = least_piece(kernel);
-  if (threads <= 1 || n < getVectorParallelLengthThreshold(kernel.threshold_class) || n < 2 * least)
-    return false;
+  const mint least = kLeastPiece[threshold_class];
+  if (threads <= 1 || n < getVectorParallelLengthThreshold(threshold_class) || n < 2 * least) return false;
   const mint even = n / (threads * kPiecesPerThread);
   st_ParallelThreadsSchedule schedule = {2, even > least ? even : least, 0};
   constexpr int32_t kNoMemory = 23;  // for a pool: nothing has run
@@ -252,7 +245,7 @@ int32_t run_vector(const VectorKernel& kernel, void* result, const VectorOperand
   if (n <= 0) return 0;
   const Plan plan(kernel, result, operands, n, flags);
   Run run{plan};
-  if (!divided(run, kernel, n)) compute_piece(run, 0, n, nullptr);
+  if (!divided(run, kernel.threshold_class, n)) compute_piece(run, 0, n, nullptr);
   return run.finish();
 }
 
