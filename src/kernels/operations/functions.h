@@ -60,14 +60,9 @@ mreal real_loggamma(mreal x);  // of a positive x
 
 // Within 0.51 units in the last place of the exact result for every argument, for the few that vector forms
 // leave out.
-mreal wide_sin(mreal x);
-mreal wide_cos(mreal x);
-mreal wide_tan(mreal x);
 mreal wide_csc(mreal x);
-mreal wide_sec(mreal x);
 mreal wide_cot(mreal x);
 mreal wide_sinc(mreal x);
-mreal wide_haversine(mreal x);
 mreal wide_inversegudermannian(mreal x);
 
 }  // namespace zenthar

@@ -213,17 +213,9 @@ mreal real_loggamma(mreal x) {
   return ::lgamma_r(x, &sign);
 }
 
-mreal wide_sin(mreal x) { return mreal(__builtin_sinl(x)); }
-mreal wide_cos(mreal x) { return mreal(__builtin_cosl(x)); }
-mreal wide_tan(mreal x) { return mreal(__builtin_tanl(x)); }
 mreal wide_csc(mreal x) { return mreal(1.0L / __builtin_sinl(x)); }
-mreal wide_sec(mreal x) { return mreal(1.0L / __builtin_cosl(x)); }
 mreal wide_cot(mreal x) { return mreal(1.0L / __builtin_tanl(x)); }
 mreal wide_sinc(mreal x) { return x == 0.0 ? 1.0 : mreal(__builtin_sinl(x) / x); }
-mreal wide_haversine(mreal x) {
-  const long double sine = __builtin_sinl(x / 2.0L);
-  return mreal(sine * sine);
-}
 
 mreal wide_inversegudermannian(mreal x) {
   return __builtin_cosl(x) >= 0.0L ? mreal(__builtin_asinhl(__builtin_tanl(x))) : __builtin_nan("");

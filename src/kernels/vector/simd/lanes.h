@@ -125,6 +125,15 @@ ZENTHAR_KERNEL Mask bit(Bits a) {
 }
 #endif
 
+// Whether an unsigned integer is less than another.
+ZENTHAR_KERNEL Mask below(Bits a, uint64_t b) {
+#ifdef __AVX512F__
+  return {_mm512_cmplt_epu64_mask(BitsRegister(a), BitsRegister(broadcast(b)))};
+#else
+  return {Bits(a < broadcast(b))};
+#endif
+}
+
 ZENTHAR_KERNEL bool any(Mask a) { return lanes_of(a) != 0; }
 
 // a b + c, rounded once where kFused.
@@ -152,6 +161,41 @@ ZENTHAR_KERNEL Real fused_from(Real a, Real b, Real c) {
 #endif
 }
 
+// a b - c, likewise.
+ZENTHAR_KERNEL Real fused_minus(Real a, Real b, Real c) {
+#if defined(__AVX512F__)
+  return _mm512_fmsub_pd(a, b, c);
+#elif defined(__FMA__)
+  return _mm256_fmsub_pd(a, b, c);
+#else
+  return a * b - c;
+#endif
+}
+
+// Where the mask says so a b - c, a b and -x; elsewhere c, a and x.
+ZENTHAR_KERNEL Real fused_minus_where(Mask where, Real a, Real b, Real c) {
+#ifdef __AVX512F__
+  return _mm512_mask3_fmsub_pd(a, b, c, where.lanes);
+#else
+  return select(where, fused_minus(a, b, c), c);
+#endif
+}
+ZENTHAR_KERNEL Real times_where(Mask where, Real a, Real b) {
+#ifdef __AVX512F__
+  return _mm512_mask_mul_pd(a, where.lanes, a, b);
+#else
+  return select(where, a * b, a);
+#endif
+}
+ZENTHAR_KERNEL Real minus_where(Mask where, Real x) {
+  const Bits sign = broadcast(uint64_t(1) << 63);
+#ifdef __AVX512F__
+  return _mm512_mask_xor_pd(x, where.lanes, x, real(sign));
+#else
+  return real(bits(x) ^ (where.lanes & sign));
+#endif
+}
+
 // GCC 12 warns of an undefined register inside some intrinsics; with a mask of all lanes they have none, and
 // are the same instruction.
 
@@ -160,6 +204,14 @@ ZENTHAR_KERNEL Real rough_reciprocal(Real x) {
 #ifdef __AVX512F__
   const Real r = _mm512_maskz_rcp14_pd(kAllLanes, x), e = fused_from(x, r, broadcast(1.0));
   return fused(r, fused(e, e, e), r);
+#else
+  return 1.0 / x;
+#endif
+}
+// The same with at least 14 right bits.
+ZENTHAR_KERNEL Real rough_inverse(Real x) {
+#ifdef __AVX512F__
+  return _mm512_maskz_rcp14_pd(kAllLanes, x);
 #else
   return 1.0 / x;
 #endif

@@ -5,6 +5,9 @@
 // the operation's definition, or by the form's own `static R rare(A... operands)` where the definition is not
 // near enough to the exact result. It must not depend on what other lanes hold, so that an element's result
 // depends on the element alone.
+//
+// A form can have a `static Real compute_rare(Real x..., Mask& rare)` too, slower but in vectors. It is asked
+// for the lanes that compute() sets, and what it sets in turn goes the way above.
 #ifndef ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
 #define ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
 
@@ -67,6 +70,9 @@ class VectorLoop {
 
  private:
   static constexpr bool kProbed = kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
+  static constexpr bool kComputesRare = requires(typename LanesOf<A>::Type... x, Mask left) {
+    Form::compute_rare(x..., left);
+  };
 
   // What has been seen to fail: in vectors by probes, elsewhere one by one.
   struct Found {
@@ -105,6 +111,13 @@ class VectorLoop {
   ZENTHAR_KERNEL static void step(Found& found, void* result, P... operands) {
     Mask rare = none();
     auto y = Form::compute(LanesOf<A>::load(operands)..., rare);
+    if constexpr (kComputesRare) {
+      if (__builtin_expect(any(rare), 0)) {
+        Mask left = none();
+        y = select(rare, compute_again(left, operands...), y);
+        rare = rare & left;
+      }
+    }
     if (__builtin_expect(any(rare), 0)) {
       alignas(64) R results[kLanes];
       LanesOf<R>::store(results, y);
@@ -113,6 +126,12 @@ class VectorLoop {
     }
     LanesOf<R>::store(result, y);
     if constexpr (kProbed) found.probes |= bits(LanesOf<R>::probe(y));
+  }
+
+  // Not marked as cold, which would have it compiled for size.
+  template <class... P>
+  [[gnu::noinline]] static Real compute_again(Mask& left, P... operands) {
+    return Form::compute_rare(LanesOf<A>::load(operands)..., left);
   }
 
   template <class... P>

@@ -83,13 +83,6 @@ ZENTHAR_KERNEL Real blended(Mask where, Real x, const mreal (&a)[n], const mreal
   for (int k = n - 2; k >= 0; --k) sum = fused(sum, x, select(where, broadcast(a[k]), broadcast(b[k])));
   return sum;
 }
-ZENTHAR_KERNEL Double cosine_or_sine(Mask cosine, const Wave& w) {
-  const Real terms = w.square * blended(cosine, w.square, kCosTerms, kSinTerms);
-  const Real small =
-      select(cosine, fused_from(w.rest.high, w.rest.low, w.complement.low), w.rest.low * w.complement.high);
-  return {select(cosine, w.complement.high, w.rest.high),
-          fused(select(cosine, w.square, w.rest.high), terms, small)};
-}
 
 }  // namespace zenthar::ZENTHAR_TARGET
 
