@@ -9,6 +9,8 @@ namespace zenthar::ZENTHAR_TARGET {
 #include "kernels/vector/simd/coefficients/exponential.inc"
 #include "kernels/vector/simd/coefficients/logarithm.inc"
 
+inline constexpr auto kExp2Rest = shortened(kExp2Low);
+
 // x = n log(2)/16 + r with |r.high| <= log(2)/32, for |x| < 2^15, and n = 16 exponent + index (P. T. P. Tang,
 // Table-driven implementation of the exponential function in IEEE floating-point arithmetic, ACM TOMS 15,
 // 1989).
@@ -17,6 +19,16 @@ struct ExpArgument {
   Bits index;
   Nearest exponent;
 };
+
+// The exponent of n = 16 exponent + index.
+ZENTHAR_KERNEL Nearest exponent_of(Nearest n) {
+#ifdef __AVX512F__
+  return {_mm512_maskz_roundscale_pd(kAllLanes, n.value * 0.0625, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC),
+          n.integer >> 4};
+#else
+  return nearest(fused(n.value, 0.0625, -0.46875));
+#endif
+}
 
 // `low` is what is to be added to x, if anything.
 struct NoLow {};
@@ -28,24 +40,38 @@ ZENTHAR_KERNEL ExpArgument reduce_for_exp(Real x, Rest low = {}) {
   r.high = fused(n.value, -kExpStepLow, first);
   r.low = fused(n.value, -kExpStepLow, first - r.high);
   if constexpr (!std::is_same_v<Rest, NoLow>) r = fast_sum(r.high, r.low + low);
-  return {r, n.integer & 15, nearest(fused(n.value, 0.0625, -0.46875))};
+  return {r, n.integer & 15, exponent_of(n)};
 }
 
-// exp(x + low) with one rounding that counts, for |x| <= 708, with AVX-512 |x| < 2^15.
+// exp(x + low) = 2^(n/16 rounded down) significand for |x| < 2^15, with one rounding that counts.
+struct ExpSignificand {
+  Real significand;
+  Nearest n;
+
+  // Where the exponential is no subnormal, and finite.
+  ZENTHAR_KERNEL Real normal() const {
+    // The upper bits of n are added to the exponent.
+    return real(bits(significand) + ((n.integer & ~uint64_t(15)) << 48));
+  }
+};
 template <class Rest = NoLow>
-ZENTHAR_KERNEL Real exp_rounded(Real x, Rest low = {}) {
+ZENTHAR_KERNEL ExpSignificand exp_significand(Real x, Rest low = {}) {
   const Nearest n = nearest(x * kExpScale);
   Real r = fused(n.value, -kExpStepLow, fused(n.value, -kExpStepHigh, x));
   if constexpr (!std::is_same_v<Rest, NoLow>) r += low;
-  const Real p = fused(r * r, estrin(r, kExpTerms), r);
-  const Bits index = n.integer & 15;
-  const Real t = look_up(kExp2High, index);
-  const Real y = t + fused(t, p, look_up(kExp2Low, index));
+  const Real square = r * r;
+  const Real p = fused(square, paired(r, square, kExpTerms), r);
+  const Real t = look_up(kExp2High, n.integer & 15);
+  return {t + fused(t, p, look_up(kExp2Rest, n.integer << 32)), n};
+}
+
+// exp(x) likewise, for |x| <= 708, with AVX-512 |x| < 2^15.
+ZENTHAR_KERNEL Real exp_rounded(Real x) {
+  const ExpSignificand y = exp_significand(x);
 #ifdef __AVX512F__
-  return _mm512_maskz_scalef_pd(kAllLanes, y, n.value * 0.0625);  // rounds the exponent down
+  return _mm512_maskz_scalef_pd(kAllLanes, y.significand, y.n.value * 0.0625);  // rounds the exponent down
 #else
-  // The integer's upper bits are added to the exponent.
-  return real(bits(y) + ((n.integer - index) << 48));
+  return y.normal();
 #endif
 }
 
@@ -62,9 +88,10 @@ enum class Low { kRoundingError, kLarge };
 template <Low kLow = Low::kRoundingError>
 ZENTHAR_KERNEL ExpParts exp_parts(const ExpArgument& a) {
   const Double r = a.r;
-  Double excess = {r.high, fused(r.high * r.high, estrin(r.high, kExpTerms), r.low)};  // exp(r) - 1
+  const Real square = r.high * r.high;
+  Double excess = {r.high, fused(square, paired(r.high, square, kExpTerms), r.low)};  // exp(r) - 1
   if constexpr (kLow == Low::kRoundingError) excess = fast_sum(excess.high, excess.low);
-  const Real t = look_up(kExp2High, a.index), t_low = look_up(kExp2Low, a.index);
+  const Real t = look_up(kExp2High, a.index), t_low = look_up(kExp2Rest, a.index << 32);
   const Double p = product(t, excess.high);
   return {t, {p.high, fused(t, excess.low, fused(t_low, excess.high, p.low)) + t_low}, a.exponent};
 }
@@ -86,47 +113,67 @@ ZENTHAR_KERNEL Double exp_double(Double x) {
   return {scale_normal(t.high, y.exponent), scale_normal(t.low, y.exponent)};
 }
 
-// x = 2^exponent significand with a significand from 1 to 2, for a positive number x, which on targets below
-// AVX-512 must be no subnormal.
+// x = 2^exponent significand with a significand from 3/4 to 3/2, for a positive number x, which on targets
+// below AVX-512 must be no subnormal.
 struct Parts {
   Real exponent, significand;
-};
-ZENTHAR_KERNEL Parts parts_of(Real x) {
-#ifdef __AVX512F__
-  return {_mm512_maskz_getexp_pd(kAllLanes, x),
-          _mm512_maskz_getmant_pd(kAllLanes, x, _MM_MANT_NORM_1_2, _MM_MANT_SIGN_zero)};
-#else
-  constexpr uint64_t kFraction = (uint64_t(1) << 52) - 1, kOne = uint64_t(1023) << 52;
-  return {to_real(bits(x) >> 52) - 1023.0, real((bits(x) & kFraction) | kOne)};
-#endif
-}
 
-// The logarithm y of x put right where x is not a positive number. On targets below AVX-512 these, and
-// subnormal x, become rare instead.
-ZENTHAR_KERNEL Real finish_log(Real y, Real x, Mask& rare) {
+  ZENTHAR_KERNEL explicit Parts(Real x) {
+#ifdef __AVX512F__
+    significand = _mm512_maskz_getmant_pd(kAllLanes, x, _MM_MANT_NORM_p75_1p5, _MM_MANT_SIGN_zero);
+    exponent = _mm512_maskz_getexp_pd(kAllLanes, x) - Real(_mm512_maskz_getexp_pd(kAllLanes, significand));
+#else
+    biased = bits(x) + (kOne - bits(broadcast(0.75)));
+    exponent = to_real(biased >> 52) - 1023.0;
+    significand = real(bits(x) + (kOne - (biased & kExponents)));
+#endif
+  }
+
+  // 2^-exponent y, for exponents that are far from the ends where that counts.
+  ZENTHAR_KERNEL Real scaled(Real y) const {
+#ifdef __AVX512F__
+    return _mm512_maskz_scalef_pd(kAllLanes, y, -exponent);
+#else
+    return y * real((kOne << 1) + (uint64_t(1) << 52) - (biased & kExponents)) * 0.5;
+#endif
+  }
+
+ private:
+#ifndef __AVX512F__
+  static constexpr uint64_t kOne = uint64_t(1023) << 52, kExponents = uint64_t(0x7ff) << 52;
+  Bits biased;
+#endif
+};
+
+// The logarithm y of x put right where x is not a positive number. On targets below AVX-512 these, subnormal
+// x and x beyond `most` become rare instead.
+ZENTHAR_KERNEL Real finish_log(Real y, Real x, Mask& rare, mreal most = kLargest) {
 #ifdef __AVX512F__
   // By class of x, from the lowest digit: NaNs stay, 0 gives -inf, 1 the result, -inf gives a NaN, inf stays,
   // negative numbers give a NaN, positive ones the result.
   static_cast<void>(rare);
+  static_cast<void>(most);
   return _mm512_fixupimm_pd(y, x, _mm512_set1_epi64(0x03530422), 0);
 #else
-  rare = rare | not_less_equal(broadcast(0x1p-1022), x) | not_less_equal(x, broadcast(kLargest));
+  rare = rare | not_less_equal(broadcast(0x1p-1022), x) | not_less_equal(x, broadcast(most));
   return y;
 #endif
 }
+
+inline constexpr auto kCentres = shortened(kLogCentres);
 
 // Tables and series of a logarithm: its value for 2, and the inverse of its base's natural logarithm, both in
 // two parts.
 struct Natural {
   static constexpr bool kIsNatural = true;
-  static constexpr const mreal (&kHigh)[16] = kLogHigh;
+  static constexpr ShortTable<16> kHigh = shortened(kLogHigh);
   static constexpr const mreal (&kLow)[16] = kLogLow;
   static constexpr const mreal (&kTerms)[10] = kLogTerms;
   static constexpr mreal kOfTwoHigh = kLogOfTwoHigh, kOfTwoLow = kLogOfTwoLow;
 };
 struct Binary {
   static constexpr bool kIsNatural = false;
-  static constexpr const mreal (&kHigh)[16] = kLog2High;
+  static constexpr ShortTable<16> kHigh = shortened(kLog2High);
   static constexpr const mreal (&kLow)[16] = kLog2Low;
   static constexpr const mreal (&kTerms)[10] = kLog2Terms;
   static constexpr mreal kOfTwoHigh = kLog2OfTwoHigh, kOfTwoLow = kLog2OfTwoLow;
@@ -134,12 +181,27 @@ struct Binary {
 };
 struct Decimal {
   static constexpr bool kIsNatural = false;
-  static constexpr const mreal (&kHigh)[16] = kLog10High;
+  static constexpr ShortTable<16> kHigh = shortened(kLog10High);
   static constexpr const mreal (&kLow)[16] = kLog10Low;
   static constexpr const mreal (&kTerms)[10] = kLog10Terms;
   static constexpr mreal kOfTwoHigh = kLog10OfTwoHigh, kOfTwoLow = kLog10OfTwoLow;
   static constexpr mreal kUnitHigh = kLog10UnitHigh, kUnitLow = kLog10UnitLow;
 };
+
+// Where the first bits of a significand's fraction number the element of a table.
+ZENTHAR_KERNEL Bits place_of(Real significand) { return bits(significand) >> 16; }
+
+// exponent log(2) - log(c) in two parts, the first of them exact, for the c that is numbered so.
+template <class Base>
+ZENTHAR_KERNEL Double whole_log(Real exponent, Real significand) {
+  const Real high = look_up(Base::kHigh, place_of(significand));
+  const Real low = look_up(Base::kLow, (bits(significand) >> 48) & 15);
+  if constexpr (Base::kOfTwoHigh == 1.0) {
+    return {exponent + high, low};
+  } else {
+    return {fused(exponent, Base::kOfTwoHigh, high), fused(exponent, Base::kOfTwoLow, low)};
+  }
+}
 
 // m c - 1, exactly: c has so few bits, and is so near 1/m.
 ZENTHAR_KERNEL Real excess(Real m, Real c) {
@@ -151,54 +213,39 @@ ZENTHAR_KERNEL Real excess(Real m, Real c) {
   }
 }
 
-// The logarithm of 2^exponent m for 1 <= m < 2: with c near 1/m, the logarithms of the power of two and of
+// The logarithm of a positive number x = 2^e m: with c near 1/m, the logarithms of the power of two and of
 // 1/c, and the series of log(1 + r) for r = m c - 1 (P. T. P. Tang, Table-driven implementation of the
-// logarithm function in IEEE floating-point arithmetic, ACM TOMS 16, 1990). `low` is what
-// is to be added to m, if anything.
-template <class Base, class Rest = NoLow>
-ZENTHAR_KERNEL Real log_of_parts(Real exponent, Real m, Rest low = {}) {
-  const Bits index = (bits(m) >> 48) & 15;
-  const Real c = look_up(kLogCentres, index);
-  const Real r = excess(m, c);
-  const Real high = fused(exponent, Base::kOfTwoHigh, look_up(Base::kHigh, index));  // exact
-  const Real rest = fused(exponent, Base::kOfTwoLow, look_up(Base::kLow, index));
-  if constexpr (std::is_same_v<Rest, NoLow>) {
-    const Real tail = fused(r * r, estrin(r, Base::kTerms), rest);
-    if constexpr (Base::kIsNatural) {
-      const Double s = fast_sum(high, r);
-      return s.high + (s.low + tail);
-    } else {
-      const Double p = product(r, broadcast(Base::kUnitHigh));
-      const Double s = fast_sum(high, p.high);
-      return s.high + (s.low + fused(r, Base::kUnitLow, p.low + tail));
-    }
-  } else {
-    static_assert(Base::kIsNatural);
-    const Real r_low = low * c, whole = r + r_low;
-    const Double s = fast_sum(high, r);
-    return s.high + (s.low + (r_low + fused(whole * whole, estrin(whole, Base::kTerms), rest)));
-  }
-}
-
+// logarithm function in IEEE floating-point arithmetic, ACM TOMS 16, 1990).
 template <class Base>
 ZENTHAR_KERNEL Real log_of(Real x) {
-  const Parts parts = parts_of(x);
-  return log_of_parts<Base>(parts.exponent, parts.significand);
+  const Parts parts(x);
+  const Real r = excess(parts.significand, look_up(kCentres, place_of(parts.significand)));
+  const Double whole = whole_log<Base>(parts.exponent, parts.significand);
+  const Real square = r * r;
+  const Real tail = fused(square, paired(r, square, Base::kTerms), whole.low);
+  if constexpr (Base::kIsNatural) {
+    const Double s = fast_sum(whole.high, r);
+    return s.high + (s.low + tail);
+  } else {
+    const Double p = product(r, broadcast(Base::kUnitHigh));
+    const Double s = fast_sum(whole.high, p.high);
+    return s.high + (s.low + fused(r, Base::kUnitLow, p.low + tail));
+  }
 }
 
 // log(2^e x), for a number x whose low part counts where the logarithm is near 0.
 ZENTHAR_KERNEL Real log_of(Double x, Real e) {
-  const Parts parts = parts_of(x.high);
-#ifdef __AVX512F__
-  const Real low = _mm512_maskz_scalef_pd(kAllLanes, x.low, -parts.exponent);
-#else
-  // The significand's own power of two, inverted: exponents of x.high are far from the ends where x.low
-  // counts.
-  const Real inverse = real((uint64_t(2046) << 52) - (bits(x.high) & (uint64_t(0x7ff) << 52)));
-  const Real low = x.low * inverse;
-#endif
-  return log_of_parts<Natural>(parts.exponent + e, parts.significand, low);
+  const Parts parts(x.high);
+  const Real c = look_up(kCentres, place_of(parts.significand));
+  const Double whole = whole_log<Natural>(parts.exponent + e, parts.significand);
+  const Real r = excess(parts.significand, c), r_low = parts.scaled(x.low) * c;
+  const Double s = fast_sum(whole.high, r);
+  const Real both = r + r_low, square = both * both;
+  return s.high + (s.low + (r_low + fused(square, paired(both, square, kLogTerms), whole.low)));
 }
+
+inline constexpr auto kFineCentresShort = shortened(kFineCentres),
+                      kFineLogHighShort = shortened(kFineLogHigh);
 
 // log(2^(1023 - bias) x) to about 2^-65 of itself for a normal x; the low part may be as large as 2^-16.
 ZENTHAR_KERNEL Double log_loose(Real x, Real bias) {
@@ -206,14 +253,14 @@ ZENTHAR_KERNEL Double log_loose(Real x, Real bias) {
   const Bits z = bits(x) + kHalf;  // to the nearest of 32 steps of a power of two
   const Real e = to_real(z >> 52) - bias;
   const Real m = real(bits(x) - (z & kExponents) + (uint64_t(1023) << 52));
-  const Bits index = (z >> 47) & 31;
-  const Real r = excess(m, look_up(kFineCentres, index));
-  const Real high = fused(e, kFineLogOfTwoHigh, look_up(kFineLogHigh, index));  // exact
-  const Real rest = fused(e, kFineLogOfTwoLow, look_up(kFineLogLow, index));
+  const Bits place = z >> 15;
+  const Real r = excess(m, look_up(kFineCentresShort, place));
+  const Real high = fused(e, kFineLogOfTwoHigh, look_up(kFineLogHighShort, place));  // exact
+  const Real rest = fused(e, kFineLogOfTwoLow, look_up(kFineLogLow, (z >> 47) & 31));
   const Double s = fast_sum(high, r);
   const Double square = product(r, r * -0.5);
   const Double t = fast_sum(s.high, square.high);
-  const Real tail = fused(r * (r * r), estrin(r, kFineLogTerms), rest + square.low);
+  const Real tail = fused(r * square.high, paired(r, square.high, kFineLogTerms), rest + square.low);
   return {t.high, t.low + (s.low + tail)};
 }
 

@@ -16,10 +16,9 @@ struct Power {
 ZENTHAR_KERNEL Power exp_of_sum(Double x) {
   const Nearest n = nearest(x.high * kExpScale);
   const Real r = fused(n.value, -kExpStepHigh, x.high) + fused(n.value, -kExpStepLow, x.low);
-  const Real p = fused(r * r, estrin(r, kExpTerms), r);
-  const Bits index = n.integer & 15;
-  const Real t = look_up(kExp2High, index);
-  return {{t, fused(t, p, look_up(kExp2Low, index))}, nearest(fused(n.value, 0.0625, -0.46875))};
+  const Real square = r * r, p = fused(square, paired(r, square, kExpTerms), r);
+  const Real t = look_up(kExp2High, n.integer & 15);
+  return {{t, fused(t, p, look_up(kExp2Rest, n.integer << 32))}, exponent_of(n)};
 }
 
 // a b, where the product of the low parts counts too.

@@ -18,16 +18,19 @@ struct ExpForm {
 
 // 2^e (t + rest - 2^-e)
 struct ExpM1Form {
-  ZENTHAR_KERNEL static Real compute(Real given, Mask& rare) {
+  ZENTHAR_KERNEL static Real held(Real x) { return clamp(x, -50.0, 715.0); }
+  ZENTHAR_KERNEL static ExpArgument prepare(Real x) { return reduce_for_exp(held(x)); }
+  ZENTHAR_KERNEL static Real finish(const ExpArgument& a, Real x, Mask& rare) {
 #ifdef __AVX512F__
     static_cast<void>(rare);
 #else
-    rare = not_less_equal(given, broadcast(700.0));
+    rare = not_less_equal(x, broadcast(700.0));
 #endif
-    const Real x = clamp(given, -50.0, 715.0);
-    const ExpParts y = exp_parts<Low::kLarge>(reduce_for_exp(x));
-    const Double e = whole(y, sum(y.t, -inverse_power_of_two(y.exponent)));
-    return with_sign(scale_normal(e.high + e.low, y.exponent), given);
+    const ExpParts y = exp_parts<Low::kLarge>(a);
+    const Mask left = sign_bit(x);  // where 2^-e is the greater
+    const Real t = y.t, w = -inverse_power_of_two(y.exponent);
+    const Double e = whole(y, fast_sum(select(left, w, t), select(left, t, w)));
+    return with_sign(scale_normal(e.high + e.low, y.exponent), x);
   }
 };
 

@@ -64,6 +64,9 @@ ZENTHAR_HAS_FORM(Log, mreal, mreal)
 
 // power.cpp
 ZENTHAR_HAS_FORM(Pow, mreal, mreal)
+#ifdef __AVX2__  // two elements at once are slower than the mathematics library
+ZENTHAR_HAS_FORM(Pow, mreal, mint)
+#endif
 ZENTHAR_HAS_FORM(Cbrt, mreal)
 ZENTHAR_HAS_FORM(RSqrt, mreal)
 

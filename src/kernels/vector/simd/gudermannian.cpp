@@ -1,4 +1,5 @@
 // The Gudermannian function and its inverse.
+#include "kernels/vector/simd/exp_of_sum.h"
 #include "kernels/vector/simd/trigonometric.h"
 
 namespace zenthar::ZENTHAR_TARGET {
@@ -14,16 +15,10 @@ struct GudermannianForm {
     const Real square = size * size;
     const Real small = fused(size, square * estrin(square, kGudermannianTerms), size);
 
-    // e^-x = 2^k power (1 + p) in two parts, of which the second is 1/45 of the first; the result is pi/2
-    // from 40 on.
-    const Real held = lesser(broadcast(40.0), size);
-    const Nearest n = nearest(held * -kPowerScale);
-    const Real r = fused(n.value, -kPowerStepLow, fused(n.value, -kPowerStepHigh, -held));
-    const Real p = fused(r * r, estrin(r, kPowerTerms), r);
-    const Bits index = n.integer & 15, shift = (n.integer - index) << 48;
-    const Real power = look_up(kPowerHigh, index);
-    const Real scale = real(shift + bits(broadcast(1.0)));
-    const Real high = power * scale, low = fused(power, p, look_up(kPowerLow, index)) * scale;
+    // e^-x in two parts, of which the second is 1/40 of the first; the result is pi/2 from 40 on.
+    const Power power = exp_of_sum({-lesser(broadcast(40.0), size), Real{}});
+    const Real scale = power_of_two(power.exponent.integer);
+    const Real high = power.significand.high * scale, low = power.significand.low * scale;
     const Real whole = high + low;
 
     // Its arc tangent from that of a number c nearby, the middle of a quarter of a binade, and 0 below 1/8.
@@ -63,26 +58,12 @@ struct InverseGudermannianForm {
     const Double above = fast_sum(broadcast(1.0), own_sine.high);
     const Double ratio = quotient({above.high, above.low + own_sine.low}, own_cosine);
 
-    const Real large = logarithm(ratio);
+    const Real large = log_of(ratio, Real{});
     const Real y = select(turned | not_less(magnitude(rest.high), broadcast(0.25)), large, magnitude(small));
     const Real signed_y = select(negative, -y, y);
     return flip_sign(select(outside, broadcast(__builtin_nan("")), signed_y), sign_of(x));
   }
   static mreal rare(mreal x) { return wide_inversegudermannian(x); }
-
-  // Of a number of at least 1.25: of its power of 2, the middle of the sixteenth of the binade that it is in,
-  // and the quotient by that.
-  ZENTHAR_KERNEL static Real logarithm(Double x) {
-    const Bits place = bits(x.high), index = (place >> 48) & 15;
-    const Real exponent = to_real((place >> 52) - 1023);
-    const Real m = real((place & (~uint64_t(0) >> 12)) | bits(broadcast(1.0)));
-    const Real c = look_up(kMiddles, index);
-    const Real z = -remainder(broadcast(1.0), m, c);
-    const Real z_low = x.low * power_of_two(1023 - (place >> 52)) * c;
-    const Double whole = fast_sum(exponent * kLogTwoHigh, look_up(kMiddleLogHigh, index));
-    const Real low = fused(exponent, kLogTwoLow, look_up(kMiddleLogLow, index)) + (whole.low + z_low);
-    return whole.high + (z + fused(z * z, estrin(z, kLog1pTerms), low));
-  }
 };
 
 }  // namespace

@@ -76,6 +76,7 @@ template <int k>
 ZENTHAR_KERNEL Mask bit(Bits a) {
   return {_mm512_test_epi64_mask(BitsRegister(a), BitsRegister(broadcast(uint64_t(1) << k)))};
 }
+ZENTHAR_KERNEL Mask nonzero(Bits a) { return {_mm512_test_epi64_mask(BitsRegister(a), BitsRegister(a))}; }
 ZENTHAR_KERNEL Real select(Mask where, Real a, Real b) { return _mm512_mask_blend_pd(where.lanes, b, a); }
 ZENTHAR_KERNEL Bits select(Mask where, Bits a, Bits b) {
   return Bits(_mm512_mask_blend_epi64(where.lanes, BitsRegister(b), BitsRegister(a)));
@@ -97,6 +98,7 @@ ZENTHAR_KERNEL Mask equal(Real a, Real b) { return {Bits(a == b)}; }
 ZENTHAR_KERNEL Mask not_less(Real a, Real b) { return {~Bits(a < b)}; }
 ZENTHAR_KERNEL Mask not_less_equal(Real a, Real b) { return {~Bits(a <= b)}; }
 ZENTHAR_KERNEL Mask is_nan(Real a) { return {Bits(a != a)}; }
+ZENTHAR_KERNEL Mask nonzero(Bits a) { return {Bits(a != Bits{})}; }
 #ifdef __AVX2__
 ZENTHAR_KERNEL Real select(Mask where, Real a, Real b) { return _mm256_blendv_pd(b, a, Real(where.lanes)); }
 ZENTHAR_KERNEL Bits select(Mask where, Bits a, Bits b) {
@@ -315,6 +317,45 @@ ZENTHAR_KERNEL Real look_up(const mreal (&table)[n], Bits index) {
 #endif
 }
 
+// Tables of n = 16 or 32 reals whose bits end in 32 zeros: permutes take their upper halves alone, so that
+// one register holds 16.
+template <int n>
+struct ShortTable {
+#ifdef __AVX512F__
+  alignas(64) uint32_t upper[n];
+#else
+  mreal value[n];
+#endif
+};
+template <int n>
+constexpr ShortTable<n> shortened(const mreal (&table)[n]) {
+  ShortTable<n> t{};
+  for (int k = 0; k < n; ++k) {
+#ifdef __AVX512F__
+    t.upper[k] = uint32_t(__builtin_bit_cast(uint64_t, table[k]) >> 32);
+#else
+    t.value[k] = table[k];
+#endif
+  }
+  return t;
+}
+
+// The element whose index is in the bits from 32 on, as many as it takes.
+template <int n>
+ZENTHAR_KERNEL Real look_up(const ShortTable<n>& table, Bits place) {
+#ifdef __AVX512F__
+  constexpr __mmask16 kUpper = 0xaaaa;
+  const auto at = BitsRegister(place), low = BitsRegister(_mm512_loadu_si512(table.upper));
+  if constexpr (n == 16) {
+    return Real(_mm512_maskz_permutexvar_epi32(kUpper, at, low));
+  } else {
+    return Real(_mm512_maskz_permutex2var_epi32(kUpper, low, at, _mm512_loadu_si512(table.upper + 16)));
+  }
+#else
+  return look_up(table.value, (place >> 32) & (n - 1));
+#endif
+}
+
 // x 2^n, rounded once, for an integer n given as a real between -4000 and 4000.
 ZENTHAR_KERNEL Real scale(Real x, Real n) {
 #ifdef __AVX512F__
@@ -381,6 +422,14 @@ ZENTHAR_KERNEL Real estrin(Real x, const mreal* c) {
 template <int n>
 ZENTHAR_KERNEL Real estrin(Real x, const mreal (&c)[n]) {
   return estrin<n>(x, &c[0]);
+}
+
+// The same by two chains of every other term, which takes a square alone.
+template <int n>
+ZENTHAR_KERNEL Real paired(Real x, Real square, const mreal (&c)[n]) {
+  Real sum = n % 2 == 0 ? fused(x, c[n - 1], c[n - 2]) : broadcast(c[n - 1]);
+  for (int k = n - 4 + n % 2; k >= 0; k -= 2) sum = fused(sum, square, fused(x, c[k + 1], c[k]));
+  return sum;
 }
 
 // Sums of two reals whose second part is what rounding took from the first.

@@ -1,13 +1,17 @@
 // Makes a loop over elements of a vector form.
 //
 // A form is a class with `static Real compute(Real x..., Mask& rare)`, or with Complex for the operands or
-// the result that are complex. It sets lanes of `rare` whose result it does not have; these are computed by
-// the operation's definition, or by the form's own `static R rare(A... operands)` where the definition is not
-// near enough to the exact result. It must not depend on what other lanes hold, so that an element's result
-// depends on the element alone.
+// the result that are complex, and Bits for the operands that are integers. It sets lanes of `rare` whose
+// result it does not have; these are computed by the operation's definition, or by the form's own `static R
+// rare(A... operands)` where the definition is not near enough to the exact result. It must not depend on
+// what other lanes hold, so that an element's result depends on the element alone.
 //
 // A form can have a `static Real compute_rare(Real x..., Mask& rare)` too, slower but in vectors. It is asked
 // for the lanes that compute() sets, and what it sets in turn goes the way above.
+//
+// A form whose operations wait for each other more than for the processor is better given in two halves,
+// `static Half prepare(Real x...)` and `static Real finish(Half, Real x..., Mask& rare)`: the loop prepares
+// the next vector while it finishes one, so that what is in flight has chains half as long.
 #ifndef ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
 #define ZENTHAR_KERNELS_VECTOR_SIMD_LOOP_H
 
@@ -25,6 +29,12 @@ struct LanesOf<mreal> {
   ZENTHAR_KERNEL static Real load(const void* from) { return load_lanes(from); }
   ZENTHAR_KERNEL static void store(void* to, Real x) { store_lanes(to, x); }
   ZENTHAR_KERNEL static Real probe(Real x) { return x - x; }
+};
+
+template <>
+struct LanesOf<mint> {
+  using Type = Bits;
+  ZENTHAR_KERNEL static Bits load(const void* from) { return bits(load_lanes(from)); }
 };
 
 template <>
@@ -73,6 +83,7 @@ class VectorLoop {
   static constexpr bool kComputesRare = requires(typename LanesOf<A>::Type... x, Mask left) {
     Form::compute_rare(x..., left);
   };
+  static constexpr bool kHalved = requires(typename LanesOf<A>::Type... x) { Form::prepare(x...); };
 
   // What has been seen to fail: in vectors by probes, elsewhere one by one.
   struct Found {
@@ -86,8 +97,20 @@ class VectorLoop {
     const void* const own[] = {operands[k]...};
     Found found;
     mint i = 0;
-    for (; i + kLanes <= n; i += kLanes)
-      step(found, from_element<R>(result, i), from_element<A>(own[k], i)...);
+    if constexpr (kHalved) {
+      if (n >= kLanes) {
+        auto half = Form::prepare(LanesOf<A>::load(own[k])...);
+        for (; i + kLanes <= n; i += kLanes) {
+          const mint ahead = i + 2 * kLanes <= n ? i + kLanes : i;
+          const auto next = Form::prepare(LanesOf<A>::load(from_element<A>(own[k], ahead))...);
+          finish(found, half, from_element<R>(result, i), from_element<A>(own[k], i)...);
+          half = next;
+        }
+      }
+    } else {
+      for (; i + kLanes <= n; i += kLanes)
+        step(found, from_element<R>(result, i), from_element<A>(own[k], i)...);
+    }
     if (i < n) {
       // The rest in buffers, padded with its last element.
       alignas(64) char padded[sizeof...(A)][kLanes * sizeof(mcomplex)];
@@ -109,8 +132,24 @@ class VectorLoop {
   // One vector of elements.
   template <class... P>
   ZENTHAR_KERNEL static void step(Found& found, void* result, P... operands) {
+    if constexpr (kHalved) {
+      finish(found, Form::prepare(LanesOf<A>::load(operands)...), result, operands...);
+    } else {
+      Mask rare = none();
+      const auto y = Form::compute(LanesOf<A>::load(operands)..., rare);
+      put(found, y, rare, result, operands...);
+    }
+  }
+  template <class Half, class... P>
+  ZENTHAR_KERNEL static void finish(Found& found, const Half& half, void* result, P... operands) {
     Mask rare = none();
-    auto y = Form::compute(LanesOf<A>::load(operands)..., rare);
+    const auto y = Form::finish(half, LanesOf<A>::load(operands)..., rare);
+    put(found, y, rare, result, operands...);
+  }
+
+  // Stores a vector of results after the rare ones among them have been computed.
+  template <class Y, class... P>
+  ZENTHAR_KERNEL static void put(Found& found, Y y, Mask rare, void* result, P... operands) {
     if constexpr (kComputesRare) {
       if (__builtin_expect(any(rare), 0)) {
         Mask left = none();
