@@ -151,8 +151,8 @@ ZENTHAR_API int32_t s_machfunc_dd_quotient(mint* result, mreal a, mreal b, uint3
  * a to the power b. Integers: 0 to a power of 0 or below, and any base but 1 and -1 to a negative power,
  * fail with status 1 (domain), whatever the flags; the power overflows exactly when it does not fit. Real
  * to an integer power: as pow, the parity of integers beyond 2^53 included. Complex: the principal value
- * exp(b log a), formed in extended precision, by squaring for integer powers up to 1024 in size; 0 to the
- * power 0 is 1.
+ * exp(b log a), formed with ten bits more than reals have, by squaring for integer powers up to 1024 in
+ * size; 0 to the power 0 is 1.
  */
 ZENTHAR_API int32_t s_machfunc_ii_pow(mint* result, mint a, mint b, uint32_t flags);
 ZENTHAR_API int32_t s_machfunc_di_pow(mreal* result, mreal a, mint b, uint32_t flags);

@@ -1,4 +1,6 @@
-// Complex roots, logarithms, reciprocal functions and their inverses, in extended precision.
+// Complex powers, roots, logarithms, trigonometric functions and their inverses, in extended precision or, of
+// ordinary arguments, in sums of two reals.
+#include "kernels/operations/complex_doubled.h"
 #include "kernels/operations/functions.h"
 #include "kernels/operations/numbers.h"
 #include "kernels/operations/wide.h"
@@ -7,6 +9,13 @@ namespace zenthar {
 namespace {
 
 mcomplex reciprocal(mcomplex z) { return scalar::divide({1.0, 0.0}, z); }
+
+// By a formula in sums of two reals where it takes z, else by another.
+template <bool (*doubled)(mcomplex z, mcomplex* result), class Other>
+[[gnu::always_inline]] inline mcomplex doubled_or(mcomplex z, Other other) {
+  mcomplex y;
+  return doubled(z, &y) ? y : other(z);
+}
 
 // The square root and the modulus of what a double or a few times it can be; squares of those do not overflow
 // here.
@@ -77,17 +86,45 @@ mcomplex complex_log(mcomplex base, mcomplex z) {
   return rounded(__builtin_clogl(wide(z)) / __builtin_clogl(wide(base)));
 }
 
-// The reciprocals of extended results also cover where the function itself is beyond the doubles.
-mcomplex complex_csc(mcomplex z) { return rounded(1.0L / __builtin_csinl(wide(z))); }
-mcomplex complex_sec(mcomplex z) { return rounded(1.0L / __builtin_ccosl(wide(z))); }
-mcomplex complex_cot(mcomplex z) { return rounded(1.0L / __builtin_ctanl(wide(z))); }
-mcomplex complex_csch(mcomplex z) { return rounded(1.0L / __builtin_csinhl(wide(z))); }
-mcomplex complex_sech(mcomplex z) { return rounded(1.0L / __builtin_ccoshl(wide(z))); }
-mcomplex complex_coth(mcomplex z) { return rounded(1.0L / __builtin_ctanhl(wide(z))); }
+// exp(w log z). In extended precision its eleven more bits take up the error that the product of the
+// logarithm and the exponent magnifies.
+mcomplex complex_power_by_logarithm(mcomplex z, mcomplex w) {
+  mcomplex power;
+  if (doubled_power(z, w, &power)) return power;
+  const Wide logarithm = __builtin_clogl(wide(z));
+  const long double a = re(logarithm), b = im(logarithm);
+  // A part of w that is 0 contributes nothing, also beside an infinite logarithm.
+  const long double exponent = (w.re == 0.0 ? 0.0L : w.re * a) - (w.im == 0.0 ? 0.0L : w.im * b);
+  const long double angle = (w.re == 0.0 ? 0.0L : w.re * b) + (w.im == 0.0 ? 0.0L : w.im * a);
+  return rounded(__builtin_cexpl(wide(exponent, angle)));
+}
 
-// Tangents are the least exact of the mathematics library's functions of doubles.
-mcomplex complex_tan(mcomplex z) { return rounded(__builtin_ctanl(wide(z))); }
-mcomplex complex_tanh(mcomplex z) { return rounded(__builtin_ctanhl(wide(z))); }
+// Tangents are the least exact of the mathematics library's functions of doubles. The reciprocals of extended
+// results also cover where the function itself is beyond the doubles.
+mcomplex complex_tan(mcomplex z) {
+  return doubled_or<doubled_tan>(z, [](mcomplex w) { return rounded(__builtin_ctanl(wide(w))); });
+}
+mcomplex complex_tanh(mcomplex z) {
+  return doubled_or<doubled_tanh>(z, [](mcomplex w) { return rounded(__builtin_ctanhl(wide(w))); });
+}
+mcomplex complex_csc(mcomplex z) {
+  return doubled_or<doubled_csc>(z, [](mcomplex w) { return rounded(1.0L / __builtin_csinl(wide(w))); });
+}
+mcomplex complex_sec(mcomplex z) {
+  return doubled_or<doubled_sec>(z, [](mcomplex w) { return rounded(1.0L / __builtin_ccosl(wide(w))); });
+}
+mcomplex complex_cot(mcomplex z) {
+  return doubled_or<doubled_cot>(z, [](mcomplex w) { return rounded(1.0L / __builtin_ctanl(wide(w))); });
+}
+mcomplex complex_csch(mcomplex z) {
+  return doubled_or<doubled_csch>(z, [](mcomplex w) { return rounded(1.0L / __builtin_csinhl(wide(w))); });
+}
+mcomplex complex_sech(mcomplex z) {
+  return doubled_or<doubled_sech>(z, [](mcomplex w) { return rounded(1.0L / __builtin_ccoshl(wide(w))); });
+}
+mcomplex complex_coth(mcomplex z) {
+  return doubled_or<doubled_coth>(z, [](mcomplex w) { return rounded(1.0L / __builtin_ctanhl(wide(w))); });
+}
 
 // The inverse functions, of z and of 1/z alike. Inverse sines and cosines of w take the square roots of 1 - w
 // and 1 + w, which are all that counts near the branch points; those of w = 1/z are formed from z, without
@@ -150,22 +187,30 @@ mcomplex turned_right(mcomplex z) { return {z.im, -z.re}; }
 }  // namespace
 
 mcomplex complex_asin(mcomplex z) {
-  return finite(z) ? inverse_sine(around(z)) : machine(__builtin_casin(narrow(z)));
+  return doubled_or<doubled_asin>(z, [](mcomplex w) {
+    return finite(w) ? inverse_sine(around(w)) : machine(__builtin_casin(narrow(w)));
+  });
 }
 
 mcomplex complex_acos(mcomplex z) {
-  return finite(z) ? inverse_cosine(around(z)) : machine(__builtin_cacos(narrow(z)));
+  return doubled_or<doubled_acos>(z, [](mcomplex w) {
+    return finite(w) ? inverse_cosine(around(w)) : machine(__builtin_cacos(narrow(w)));
+  });
 }
 
 mcomplex complex_acosh(mcomplex z) {
-  return finite(z) ? inverse_hyperbolic_cosine(around(z)) : machine(__builtin_cacosh(narrow(z)));
+  return doubled_or<doubled_acosh>(z, [](mcomplex w) {
+    return finite(w) ? inverse_hyperbolic_cosine(around(w)) : machine(__builtin_cacosh(narrow(w)));
+  });
 }
 
 mcomplex complex_atan(mcomplex z) {
-  if (!finite(z)) return machine(__builtin_catan(narrow(z)));
-  const InverseTangent parts = inverse_tangent(z);
-  return rounded(__builtin_atan2l(2.0L * z.re, -parts.norm_excess) / 2,
-                 __builtin_copysignl(parts.logarithm, z.im));
+  return doubled_or<doubled_atan>(z, [](mcomplex w) {
+    if (!finite(w)) return machine(__builtin_catan(narrow(w)));
+    const InverseTangent parts = inverse_tangent(w);
+    return rounded(__builtin_atan2l(2.0L * w.re, -parts.norm_excess) / 2,
+                   __builtin_copysignl(parts.logarithm, w.im));
+  });
 }
 
 mcomplex complex_acsc(mcomplex z) {
@@ -181,10 +226,12 @@ mcomplex complex_asech(mcomplex z) {
 }
 
 mcomplex complex_acot(mcomplex z) {
-  if (!finite(z)) return complex_atan(reciprocal(z));
-  const InverseTangent parts = inverse_tangent(z);
-  return rounded(__builtin_atan2l(2.0L * z.re, parts.norm_excess) / 2,
-                 __builtin_copysignl(parts.logarithm, -z.im));
+  return doubled_or<doubled_acot>(z, [](mcomplex w) {
+    if (!finite(w)) return complex_atan(reciprocal(w));
+    const InverseTangent parts = inverse_tangent(w);
+    return rounded(__builtin_atan2l(2.0L * w.re, parts.norm_excess) / 2,
+                   __builtin_copysignl(parts.logarithm, -w.im));
+  });
 }
 
 // asinh(z) = i asin(-i z), atanh(z) = i atan(-i z); and -i/z = 1/(i z)

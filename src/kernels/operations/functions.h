@@ -13,6 +13,7 @@ mcomplex complex_log1p(mcomplex z);
 mcomplex complex_log2(mcomplex z);
 mcomplex complex_log10(mcomplex z);
 mcomplex complex_log(mcomplex base, mcomplex z);
+mcomplex complex_power_by_logarithm(mcomplex z, mcomplex w);  // z is not 0
 
 mcomplex complex_tan(mcomplex z);
 mcomplex complex_tanh(mcomplex z);

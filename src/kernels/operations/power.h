@@ -2,6 +2,7 @@
 #ifndef ZENTHAR_KERNELS_OPERATIONS_POWER_H
 #define ZENTHAR_KERNELS_OPERATIONS_POWER_H
 
+#include "kernels/operations/functions.h"
 #include "kernels/operations/numbers.h"
 
 namespace zenthar::ZENTHAR_TARGET {
@@ -45,25 +46,7 @@ ZENTHAR_KERNEL mreal real_to_integer_power(mreal x, mint n) {
   return __builtin_signbit(x) && (n & 1) ? -power : power;
 }
 
-// Complex powers are formed in extended precision, whose eleven more bits take up the error that the product
-// of the logarithm and the exponent magnifies.
-
 ZENTHAR_KERNEL mcomplex rounded(long double re, long double im) { return {mreal(re), mreal(im)}; }
-
-inline mcomplex power_by_logarithm(mcomplex z, mcomplex w) {
-  NativeLongComplex base;
-  __real__ base = z.re;
-  __imag__ base = z.im;
-  const NativeLongComplex logarithm = __builtin_clogl(base);
-  const long double a = __real__ logarithm;
-  const long double b = __imag__ logarithm;
-  NativeLongComplex product;
-  // A part of w that is 0 contributes nothing, also beside an infinite logarithm.
-  __real__ product = (w.re == 0.0 ? 0.0L : w.re * a) - (w.im == 0.0 ? 0.0L : w.im * b);
-  __imag__ product = (w.re == 0.0 ? 0.0L : w.re * b) + (w.im == 0.0 ? 0.0L : w.im * a);
-  const NativeLongComplex power = __builtin_cexpl(product);
-  return rounded(__real__ power, __imag__ power);
-}
 
 inline mcomplex power_of_zero(mcomplex w) {
   const mreal infinity = __builtin_inf();
@@ -93,14 +76,15 @@ inline mcomplex power_by_squaring(mcomplex z, uint64_t n, bool inverse) {
   constexpr long double kSafe = 0x1p8000L;
   const long double norm = re * re + im * im;
   if (!(norm < kSafe && norm > 1.0L / kSafe))
-    return power_by_logarithm(z, {inverse ? -mreal(n) : mreal(n), 0.0});
+    return complex_power_by_logarithm(z, {inverse ? -mreal(n) : mreal(n), 0.0});
   return inverse ? rounded(re / norm, -im / norm) : rounded(re, im);
 }
 
 inline mcomplex complex_to_integer_power(mcomplex z, mint n) {
   constexpr mint kLongestBySquaring = 1024;
   if (z.re == 0.0 && z.im == 0.0) return power_of_zero({mreal(n), 0.0});
-  if (n > kLongestBySquaring || n < -kLongestBySquaring) return power_by_logarithm(z, {mreal(n), 0.0});
+  if (n > kLongestBySquaring || n < -kLongestBySquaring)
+    return complex_power_by_logarithm(z, {mreal(n), 0.0});
   return power_by_squaring(z, uint64_t(n < 0 ? -n : n), n < 0);
 }
 
@@ -112,7 +96,7 @@ inline mcomplex complex_power(mcomplex z, mcomplex w) {
     if (__builtin_fabs(w.re) <= kLargestInteger && w.re == mreal(mint(w.re)))
       return complex_to_integer_power(z, mint(w.re));
   }
-  return power_by_logarithm(z, w);
+  return complex_power_by_logarithm(z, w);
 }
 
 struct Pow {
