@@ -284,7 +284,7 @@ inline uint64_t tolerance(int32_t op) {
   }
 }
 
-// The same for an operation whose first operand is a complex.
+// The same for an operation with a complex operand.
 inline uint64_t complex_tolerance(int32_t op) {
   switch (op) {
     case MACHFUNC_SQRT:
@@ -293,10 +293,15 @@ inline uint64_t complex_tolerance(int32_t op) {
     case MACHFUNC_ARG:
       return 2;
     case MACHFUNC_LOG:
+    case MACHFUNC_POW:
+    case MACHFUNC_TAN:
+    case MACHFUNC_TANH:
       return 3;
     case MACHFUNC_EXP:
     case MACHFUNC_SIN:
     case MACHFUNC_COS:
+    case MACHFUNC_SINH:
+    case MACHFUNC_COSH:
       return 4;  // of which the mathematics library accounts for 3
     default:
       return 0;

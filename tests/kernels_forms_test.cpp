@@ -42,6 +42,9 @@ struct Row {
   mreal bound;
   std::vector<Interval> intervals;  // one an operand
   std::vector<mreal> hard = {};     // further arguments, for each operand
+  // Whether arguments can magnify the error of the scalar function too, beyond any bound. Results that are
+  // its own to the bit are no matter of this test then.
+  bool ill_conditioned = false;
 };
 
 Reference of(Exact::Real f) {
@@ -84,6 +87,27 @@ Exact power(const std::vector<Exact>& x) {
         return mpfr_pow(mpc_realref(z), mpc_realref(a), mpc_realref(b), MPFR_RNDN);
       },
       x[0], x[1]);
+}
+
+// MPC takes long to find that tangents are next to i, and hyperbolic ones next to 1, far away.
+bool is_far(mpfr_srcptr x) { return mpfr_number_p(x) && mpfr_cmpabs_ui(x, 400) > 0; }
+Exact tangent(const std::vector<Exact>& z) {
+  return is_far(z[0].im()) ? Exact(0, mpfr_sgn(z[0].im())) : Exact::apply(mpc_tan, z[0]);
+}
+Exact hyperbolic_tangent(const std::vector<Exact>& z) {
+  return is_far(z[0].re()) ? Exact(mpfr_sgn(z[0].re())) : Exact::apply(mpc_tanh, z[0]);
+}
+
+// exp(w log z); no number where MPC would need a great many digits, for an angle next to nothing or huge
+// exponents. Such results have to be the scalar function's.
+Exact complex_power(const std::vector<Exact>& x) {
+  const Exact exponent = x[1] * log(x[0]);
+  const auto is_small = [](mpfr_srcptr part) { return mpfr_zero_p(part) || mpfr_get_exp(part) < -300; };
+  const auto is_large = [](mpfr_srcptr part) {
+    return !mpfr_number_p(part) || (!mpfr_zero_p(part) && mpfr_get_exp(part) > 30);
+  };
+  if (is_large(exponent.re()) || is_large(exponent.im()) || is_small(exponent.im())) return {std::nan("")};
+  return exp(is_small(exponent.re()) ? Exact(0.0, 1.0) * exponent.imaginary() : exponent);
 }
 
 // About the ends of ranges that have formulas of their own, and of the domains.
@@ -229,12 +253,23 @@ const std::vector<Row>& rows() {
       {MACHFUNC_EXP, {kComplex}, of(mpc_exp), 3, {{-720, 720}}},
       {MACHFUNC_SIN, {kComplex}, of(mpc_sin), 3, {{-720, 720}}},
       {MACHFUNC_COS, {kComplex}, of(mpc_cos), 3, {{-720, 720}}},
+      {MACHFUNC_SINH, {kComplex}, of(mpc_sinh), 3, {{-720, 720}}},
+      {MACHFUNC_COSH, {kComplex}, of(mpc_cosh), 3, {{-720, 720}}},
+      {MACHFUNC_TAN, {kComplex}, tangent, 1.4, {{-40, 40}}},
+      {MACHFUNC_TANH, {kComplex}, hyperbolic_tangent, 1.4, {{-40, 40}}},
       {MACHFUNC_LOG, {kComplex}, of(mpc_log), 3, {{-2, 2}}, {0.6, 0.8, 1, 0x1p-20, 0x1p-30}},
       {MACHFUNC_ARG,
        {kComplex},
        [](const std::vector<Exact>& z) { return Exact::apply(mpfr_atan2, z[0].imaginary(), z[0]); },
        0.8,
        {{-2, 2}}},
+      {MACHFUNC_POW,
+       {kComplex, kComplex},
+       complex_power,
+       1,
+       {{-9, 9}, {-9, 9}},
+       {0.6, 0.8, -1, 2.5, 0x1p-20, 0x1.fffffffffffffp-1},
+       true},
       {MACHFUNC_SQRT, {kComplex}, of(mpc_sqrt), 0.55, {{-9, 9}}},
       {MACHFUNC_ABS,
        {kComplex},
@@ -368,8 +403,10 @@ TEST_P(VectorForms, AreAccurate) {
                   results.data(), cases.operands[0].data(), 1, cases.operands[1].data(), 1, mint(n), 0);
     ASSERT_EQ(code, 0);
     mreal worst = 0;
-    size_t where = 0;
+    size_t where = 0, own = 0;
     for (size_t i = 0; i < n * parts; ++i) {
+      if (row.ill_conditioned && std::memcmp(&cases.scalar[i], &results[i], sizeof(mreal)) == 0) continue;
+      ++own;
       const mreal scalar = cases.scalar[i], got = results[i];
       const Exact& exact = cases.exact[i / parts];
       const bool plain = std::isfinite(scalar) && scalar != 0;
@@ -382,6 +419,7 @@ TEST_P(VectorForms, AreAccurate) {
       }
       if (error > worst || std::isnan(error)) worst = error, where = i / parts;
     }
+    ASSERT_GT(own, n / 128);
     std::string at;
     for (size_t a = 0; a < row.types.size(); ++a)
       for (size_t part = 0; part < parts_of(row.types[a]); ++part) {

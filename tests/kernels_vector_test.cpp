@@ -68,7 +68,8 @@ class VectorFunctions : public testing::TestWithParam<zenthar::Target> {
     }
     ASSERT_EQ(code, wanted.status) << where << " element " << wanted.count;
     if (code != 0) return;
-    const uint64_t units = record.type[0] == kComplex ? complex_tolerance(record.op) : tolerance(record.op);
+    const bool complex = std::count(record.type, record.type + record.arity, kComplex) != 0;
+    const uint64_t units = complex ? complex_tolerance(record.op) : tolerance(record.op);
     for (mint i = 0; i < n; ++i)
       ASSERT_TRUE(close(record.result_type, result.at(i), wanted.results.at(i), units))
           << where << " element " << i;

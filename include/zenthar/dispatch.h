@@ -38,11 +38,12 @@
  * complexes, give to the bit what the scalar functions give. Elementary and special functions may be computed
  * in another way than by the scalar functions, and differently on processors with different vector registers.
  * Vector results of reals are within 1 unit in the last place of the exact result (loggamma, where the
- * processor has no AVX2, within 3), parts of complexes within 3, the modulus within 1; scalar results are as
- * exact as the mathematics library's. So the two differ by some units in the last place at most, by up to 6
- * for the gamma functions. Zeros with their signs, infinities and NaNs are the same. A vector result depends
- * on the element and the processor alone: neither on the element's place in the run nor on the number of
- * threads. docs/accuracy.md lists the errors seen, by function and kind of processor.
+ * processor has no AVX2, within 3), parts of complexes within 3, the modulus within 1; a power of complexes
+ * whose exponent magnifies errors beyond that is the scalar function's. Scalar results are as exact as the
+ * mathematics library's. So the two differ by some units in the last place at most, by up to 6 for the gamma
+ * functions. Zeros with their signs, infinities and NaNs are the same. A vector result depends on the element
+ * and the processor alone: neither on the element's place in the run nor on the number of threads.
+ * docs/accuracy.md lists the errors seen, by function and kind of processor.
  *
  * All functions here may be called from any number of threads at once; thresholds are plain words, to be set
  * before parallel work begins.

@@ -107,6 +107,44 @@ struct ComplexCosForm {
   }
 };
 
+// tan(x + i y) = (sin x cos x + i sinh y cosh y) / (cos^2 x + sinh^2 y)
+struct ComplexTanForm {
+  ZENTHAR_KERNEL static Complex compute(Complex z, Mask& rare) {
+    const Real x = magnitude(z.re), y = magnitude(z.im);
+    rare = not_less_equal(x, broadcast(kMostReduced)) | not_less_equal(y, broadcast(300.0)) |
+           (less(x, broadcast(0x1p-100)) & !equal(x, Real{})) | too_small(z.im);
+    const Turn t = turn(z.re);
+    const Hyperbolic h = hyperbolic(z.im);
+    const Nearest exponent = nearest(h.exponent);
+    const Double sine = fast_sum(t.sine), cosine = fast_sum(t.cosine);
+    const Double up = scaled(fast_sum(h.sine), exponent), across = scaled(h.cosine, exponent);
+    const Double divisor = cosine * cosine + up * up;
+    return {flip_sign(divided(sine * cosine, divisor), t.sine_sign ^ t.cosine_sign),
+            with_sign(divided(up * across, divisor), z.im)};
+  }
+
+ private:
+  ZENTHAR_KERNEL static Double scaled(Double x, Nearest n) {
+    return {scale_normal(x.high, n), scale_normal(x.low, n)};
+  }
+};
+
+// With y + i x, which is i times the conjugate of z, for z: sin and tan take it to the same of sinh z and
+// tanh z, cos to the conjugate of cosh z.
+ZENTHAR_KERNEL Complex swapped(Complex z) { return {z.im, z.re}; }
+template <class Form>
+struct SwappedForm {
+  ZENTHAR_KERNEL static Complex compute(Complex z, Mask& rare) {
+    return swapped(Form::compute(swapped(z), rare));
+  }
+};
+struct ComplexCoshForm {
+  ZENTHAR_KERNEL static Complex compute(Complex z, Mask& rare) {
+    const Complex y = ComplexCosForm::compute(swapped(z), rare);
+    return {y.re, -y.im};
+  }
+};
+
 // A power of two near the larger part of z, by its exponent's bits; those of the numbers at both ends are
 // held back, so that it has an inverse.
 ZENTHAR_KERNEL Bits exponent_near(Real large) {
@@ -201,6 +239,10 @@ ZENTHAR_VECTOR_FORM(Exp, ComplexExpForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Log, ComplexLogForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Sin, ComplexSinForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Cos, ComplexCosForm, mcomplex)
+ZENTHAR_VECTOR_FORM(Tan, ComplexTanForm, mcomplex)
+ZENTHAR_VECTOR_FORM(Sinh, SwappedForm<ComplexSinForm>, mcomplex)
+ZENTHAR_VECTOR_FORM(Cosh, ComplexCoshForm, mcomplex)
+ZENTHAR_VECTOR_FORM(Tanh, SwappedForm<ComplexTanForm>, mcomplex)
 ZENTHAR_VECTOR_FORM(Abs, ModulusForm, mcomplex)
 ZENTHAR_VECTOR_FORM(Sqrt, ComplexSqrtForm, mcomplex)
 

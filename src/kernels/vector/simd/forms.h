@@ -93,8 +93,15 @@ ZENTHAR_HAS_FORM(Exp, mcomplex)
 ZENTHAR_HAS_FORM(Log, mcomplex)
 ZENTHAR_HAS_FORM(Sin, mcomplex)
 ZENTHAR_HAS_FORM(Cos, mcomplex)
+ZENTHAR_HAS_FORM(Tan, mcomplex)
+ZENTHAR_HAS_FORM(Sinh, mcomplex)
+ZENTHAR_HAS_FORM(Cosh, mcomplex)
+ZENTHAR_HAS_FORM(Tanh, mcomplex)
 ZENTHAR_HAS_FORM(Abs, mcomplex)
 ZENTHAR_HAS_FORM(Sqrt, mcomplex)
+
+// complex_power.cpp
+ZENTHAR_HAS_FORM(Pow, mcomplex, mcomplex)
 
 #undef ZENTHAR_HAS_FORM
 #endif
