@@ -29,7 +29,7 @@ using Complex = std::complex<double>;
 using zenthar::kTargets;
 
 constexpr size_t kElements = 8192;
-constexpr int32_t kReal = 10, kComplex = 12;
+constexpr int32_t kReal32 = 9, kReal = 10, kComplex = 12;
 constexpr const char* kTargetNames[kTargets] = {"baseline", "avx2", "avx512"};
 
 // Computes a run into `result`; the element by element calls of the mathematics library.
@@ -65,6 +65,14 @@ struct Row {
 template <class F>
 Row real(const char* name, int32_t op, Interval x, const char* ufunc, F f) {
   return {name, op, kReal, {x}, ufunc, calls<double, double>(f)};
+}
+template <class F>
+Row single(const char* name, int32_t op, Interval x, const char* ufunc, F f) {
+  return {name, op, kReal32, {x}, ufunc, calls<float, float>(f)};
+}
+template <class F>
+Row single2(const char* name, int32_t op, Interval a, Interval b, const char* ufunc, F f) {
+  return {name, op, kReal32, {a, b}, ufunc, calls2<float>(f)};
 }
 template <class F>
 Row real2(const char* name, int32_t op, Interval a, Interval b, const char* ufunc, F f) {
@@ -155,20 +163,56 @@ std::vector<Row> make_rows() {
                [](Complex a, Complex b) { return a * b; }),
       complex2("complex div", MACHFUNC_DIV, {-9, 9}, "divide", [](Complex a, Complex b) { return a / b; }),
       complex2("complex pow", MACHFUNC_POW, {-3, 3}, "power", CALL(std::pow)),
+      single("Real32 exp", MACHFUNC_EXP, {-80, 80}, "exp", CALL(std::exp)),
+      single("Real32 expm1", MACHFUNC_EXPM1, {-5, 5}, "expm1", CALL(std::expm1)),
+      single("Real32 log", MACHFUNC_LOG, {1e-9, 1e9}, "log", CALL(std::log)),
+      single("Real32 log1p", MACHFUNC_LOG1P, {-0.9, 9}, "log1p", CALL(std::log1p)),
+      single("Real32 log2", MACHFUNC_LOG2, {1e-9, 1e9}, "log2", CALL(std::log2)),
+      single("Real32 log10", MACHFUNC_LOG10, {1e-9, 1e9}, "log10", CALL(std::log10)),
+      single("Real32 sin", MACHFUNC_SIN, {-10, 10}, "sin", CALL(std::sin)),
+      single("Real32 cos", MACHFUNC_COS, {-10, 10}, "cos", CALL(std::cos)),
+      single("Real32 tan", MACHFUNC_TAN, {-10, 10}, "tan", CALL(std::tan)),
+      single("Real32 asin", MACHFUNC_ASIN, {-1, 1}, "arcsin", CALL(std::asin)),
+      single("Real32 acos", MACHFUNC_ACOS, {-1, 1}, "arccos", CALL(std::acos)),
+      single("Real32 atan", MACHFUNC_ATAN, {-9, 9}, "arctan", CALL(std::atan)),
+      single("Real32 sinh", MACHFUNC_SINH, {-9, 9}, "sinh", CALL(std::sinh)),
+      single("Real32 cosh", MACHFUNC_COSH, {-9, 9}, "cosh", CALL(std::cosh)),
+      single("Real32 tanh", MACHFUNC_TANH, {-9, 9}, "tanh", CALL(std::tanh)),
+      single("Real32 asinh", MACHFUNC_ASINH, {-9, 9}, "arcsinh", CALL(std::asinh)),
+      single("Real32 acosh", MACHFUNC_ACOSH, {1, 9}, "arccosh", CALL(std::acosh)),
+      single("Real32 atanh", MACHFUNC_ATANH, {-0.999, 0.999}, "arctanh", CALL(std::atanh)),
+      single("Real32 sqrt", MACHFUNC_SQRT, {0, 1e9}, "sqrt", CALL(std::sqrt)),
+      single("Real32 cbrt", MACHFUNC_CBRT, {-1e9, 1e9}, "cbrt", CALL(std::cbrt)),
+      single("Real32 rsqrt", MACHFUNC_RSQRT, {1e-9, 1e9}, nullptr, [](float x) { return 1 / std::sqrt(x); }),
+      single("Real32 erf", MACHFUNC_ERF, {-4, 4}, nullptr, CALL(std::erf)),
+      single("Real32 logistic", MACHFUNC_LOGISTIC, {-40, 40}, nullptr,
+             [](float x) { return 1 / (1 + std::exp(-x)); }),
+      single2("Real32 pow(x, y)", MACHFUNC_POW, {0.01, 100}, {-15, 15}, "power", CALL(std::pow)),
+      single2("Real32 atan2(y, x)", MACHFUNC_ATAN2, {-9, 9}, {-9, 9}, "arctan2", CALL(std::atan2)),
   };
 }
 
 // Operands evenly spread in their intervals. Those that span many powers of ten, from a number above 0 to its
 // inverse, are spread by their logarithms.
-std::vector<double> operand(const Row& row, size_t which) {
+std::vector<char> operand(const Row& row, size_t which) {
   const auto [low, high] = row.operands[which];
   const bool logarithmic = low > 0 && high * low == 1 && high > 1000;
   std::mt19937_64 random(7 + which);
   std::uniform_real_distribution<double> in(logarithmic ? std::log(low) : low,
                                             logarithmic ? std::log(high) : high);
-  std::vector<double> run(kElements * (row.type == kComplex ? 2 : 1));
-  for (double& x : run) x = logarithmic ? std::exp(in(random)) : in(random);
+  const size_t parts = kElements * (row.type == kComplex ? 2 : 1), size = row.type == kReal32 ? 4 : 8;
+  std::vector<char> run(parts * size);
+  for (size_t k = 0; k < parts; ++k) {
+    const double x = logarithmic ? std::exp(in(random)) : in(random);
+    const auto narrow = float(x);
+    std::memcpy(&run[k * size], size == 4 ? static_cast<const void*>(&narrow) : &x, size);
+  }
   return run;
+}
+
+// As numpy calls it.
+const char* kind_of(int32_t type) {
+  return type == kComplex ? "complex128" : type == kReal32 ? "float32" : "float64";
 }
 
 // functions_numpy.py in a process of its own, which answers a line for a line.
@@ -203,8 +247,7 @@ class Numpy {
   // Nanoseconds an element; 0 where there is no figure.
   double measure(const Row& row, double milliseconds, const std::vector<std::string>& files) {
     if (to_ == nullptr || row.ufunc == nullptr) return 0;
-    std::fprintf(to_, "%s %s %zu %g", row.ufunc, row.type == kComplex ? "complex128" : "float64", kElements,
-                 milliseconds);
+    std::fprintf(to_, "%s %s %zu %g", row.ufunc, kind_of(row.type), kElements, milliseconds);
     for (const std::string& file : files) std::fprintf(to_, " %s", file.c_str());
     std::fprintf(to_, "\n");
     std::fflush(to_);
@@ -252,22 +295,21 @@ Run vector_run(const Row& row) {
 Run sleef_run(const Row& row, int target) {
   constexpr decltype(&sleef_baseline::find) kFind[] = {sleef_baseline::find, sleef_avx2::find,
                                                        sleef_avx512::find};
-  const SleefLoop loop = kFind[target](row.name.c_str());
+  const bool singles = row.type == kReal32;
+  const std::string name = singles ? row.name.substr(std::strlen("Real32 ")) : row.name;
+  const SleefLoop loop = kFind[target](name.c_str(), singles);
   if (loop == nullptr) return nullptr;
-  return [loop](void* result, const void* a, const void* b) {
-    loop(static_cast<double*>(result), static_cast<const double*>(a), static_cast<const double*>(b),
-         kElements);
-  };
+  return [loop](void* result, const void* a, const void* b) { loop(result, a, b, kElements); };
 }
 
 // The operands in files, for numpy to read the same.
 class Files {
  public:
-  explicit Files(const std::vector<std::vector<double>>& operands) {
+  explicit Files(const std::vector<std::vector<char>>& operands) {
     for (const auto& run : operands) {
       char name[] = "/tmp/functions_bench_XXXXXX";
       const int file = mkstemp(name);
-      if (file < 0 || write(file, run.data(), run.size() * 8) != ssize_t(run.size() * 8)) {
+      if (file < 0 || write(file, run.data(), run.size()) != ssize_t(run.size())) {
         std::perror("operands for numpy");
         std::exit(1);
       }
@@ -300,7 +342,7 @@ void print_figure(const char* format, double value) {
 }
 
 void run_row(const Row& row, int turns, double milliseconds, int widest, Numpy& numpy) {
-  std::vector<std::vector<double>> operands;
+  std::vector<std::vector<char>> operands;
   for (size_t k = 0; k < row.operands.size(); ++k) operands.push_back(operand(row, k));
   const Files files(operands);
   std::vector<double> result(2 * kElements);

@@ -97,6 +97,23 @@ inline mreal ulps(mreal got, mpfr_srcptr want, mreal least = 0) {
   return distance;
 }
 
+// The same in units in the last place of a Real32.
+inline mreal ulps(float got, mpfr_srcptr want) {
+  const float nearest = mpfr_get_flt(want, MPFR_RNDN);
+  if (!std::isfinite(got) || !std::isfinite(nearest)) {
+    const bool same = got == nearest || (std::isnan(got) && std::isnan(nearest));
+    return same ? 0.0 : std::numeric_limits<mreal>::infinity();
+  }
+  const float size = std::max(std::fabs(nearest), std::numeric_limits<float>::min());
+  mpfr_t error;
+  mpfr_init2(error, kPrecision);
+  mpfr_d_sub(error, mreal(got), want, MPFR_RNDN);
+  mpfr_mul_2si(error, error, 23 - std::ilogb(size), MPFR_RNDN);
+  const mreal distance = std::fabs(mpfr_get_d(error, MPFR_RNDN));
+  mpfr_clear(error);
+  return distance;
+}
+
 }  // namespace exact
 
 #endif

@@ -21,8 +21,9 @@
  *   check results are taken modulo 2^bits, and so are counts of shifts to the left modulo the bits.
  * - Real32 (9) and ComplexReal32 (11) have the operations of Real64 and ComplexReal64 on equal types.
  *   Arithmetic is that of binary32, an operation a rounding; of complexes, plus, subtract and minus, while
- *   times and div are computed in Real64 and each part is rounded once. So are all other functions. The check
- *   of results looks at what is stored: a result that overflows when it is rounded fails with 6.
+ *   times and div are computed in Real64 and each part is rounded once. So are all other functions, except
+ *   that vector functions of Real32 may be computed in binary32 (see below). The check of results looks at
+ *   what is stored: a result that overflows when it is rounded fails with 6.
  *
  * **Scalar functions** take pointers to the elements and answer with a status as those of scalar.h do.
  *
@@ -37,13 +38,14 @@
  * **How exact they are.** Vector functions of integers, and arithmetic, comparison and rounding of reals and
  * complexes, give to the bit what the scalar functions give. Elementary and special functions may be computed
  * in another way than by the scalar functions, and differently on processors with different vector registers.
- * Vector results of reals are within 1 unit in the last place of the exact result (loggamma, where the
- * processor has no AVX2, within 3), parts of complexes within 3, the modulus within 1; a power of complexes
- * whose exponent magnifies errors beyond that is the scalar function's. Scalar results are as exact as the
- * mathematics library's. So the two differ by some units in the last place at most, by up to 6 for the gamma
- * functions. Zeros with their signs, infinities and NaNs are the same. A vector result depends on the element
- * and the processor alone: neither on the element's place in the run nor on the number of threads.
- * docs/accuracy.md lists the errors seen, by function and kind of processor.
+ * Vector results of reals are within 1 unit in the last place of the exact result, of Real32 in units of
+ * that (loggamma of Real64, where the processor has no AVX2, within 3), parts of complexes within 3, the
+ * modulus within 1; a power of complexes whose exponent magnifies errors beyond that is the scalar
+ * function's. Scalar results are as exact as the mathematics library's. So the two differ by some units in
+ * the last place at most, by up to 6 for the gamma functions. Zeros with their signs, infinities and NaNs
+ * are the same. A vector result depends on the element and the processor alone: neither on the element's
+ * place in the run nor on the number of threads. docs/accuracy.md lists the errors seen, by function and kind
+ * of processor.
  *
  * All functions here may be called from any number of threads at once; thresholds are plain words, to be set
  * before parallel work begins.

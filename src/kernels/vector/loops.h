@@ -126,10 +126,11 @@ constexpr VectorKernel make_kernel(ThresholdClass threshold_class, Types<E...>) 
   };
 }
 
-// The types that loops evaluate arguments in: the operation's own, or what it is doubled to.
+// The types that loops evaluate arguments in: the operation's own, or what it is doubled to where there is no
+// vector form for those.
 template <class Op, class... E>
 constexpr auto evaluated_in(Types<E...>) {
-  if constexpr (HasForm<Op, E...>) {
+  if constexpr (HasForm<Op, E...> || kHasVectorForm<Op, E...>) {
     return Types<E...>{};
   } else {
     return Types<Doubled<E>...>{};

@@ -103,6 +103,32 @@ ZENTHAR_HAS_FORM(Sqrt, mcomplex)
 // complex_power.cpp
 ZENTHAR_HAS_FORM(Pow, mcomplex, mcomplex)
 
+// single/, by source
+ZENTHAR_HAS_FORM(Exp, float)
+ZENTHAR_HAS_FORM(ExpM1, float)
+ZENTHAR_HAS_FORM(Sinh, float)
+ZENTHAR_HAS_FORM(Cosh, float)
+ZENTHAR_HAS_FORM(Tanh, float)
+ZENTHAR_HAS_FORM(Logistic, float)
+ZENTHAR_HAS_FORM(Log, float)
+ZENTHAR_HAS_FORM(Log2, float)
+ZENTHAR_HAS_FORM(Log10, float)
+ZENTHAR_HAS_FORM(Log1P, float)
+ZENTHAR_HAS_FORM(Asinh, float)
+ZENTHAR_HAS_FORM(Acosh, float)
+ZENTHAR_HAS_FORM(Atanh, float)
+ZENTHAR_HAS_FORM(Sin, float)
+ZENTHAR_HAS_FORM(Cos, float)
+ZENTHAR_HAS_FORM(Tan, float)
+ZENTHAR_HAS_FORM(Asin, float)
+ZENTHAR_HAS_FORM(Acos, float)
+ZENTHAR_HAS_FORM(Atan, float)
+ZENTHAR_HAS_FORM(Atan2, float, float)
+ZENTHAR_HAS_FORM(Pow, float, float)
+ZENTHAR_HAS_FORM(Cbrt, float)
+ZENTHAR_HAS_FORM(RSqrt, float)
+ZENTHAR_HAS_FORM(Erf, float)
+
 #undef ZENTHAR_HAS_FORM
 #endif
 

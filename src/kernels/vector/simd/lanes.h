@@ -6,6 +6,7 @@
 #include <immintrin.h>
 
 #include "kernels/operations/operation.h"
+#include "kernels/vector/simd/single_lanes.h"
 
 namespace zenthar::ZENTHAR_TARGET {
 
@@ -404,23 +405,23 @@ ZENTHAR_KERNEL Real polynomial(Real x, mreal first, mreal second, Rest... rest) 
 
 // Coefficients from a table, from the constant on, by Estrin's scheme: shorter chains of dependent
 // operations.
-template <int n>
-ZENTHAR_KERNEL Real estrin(Real x, const mreal* c) {
+template <int n, class V, class T>
+ZENTHAR_KERNEL V estrin(V x, const T* c) {
   if constexpr (n == 1) {
     return broadcast(c[0]);
   } else if constexpr (n == 2) {
     return fused(x, c[1], c[0]);
   } else {
     constexpr int kLow = n > 16 ? 16 : n > 8 ? 8 : n > 4 ? 4 : 2;
-    Real power = x * x;
+    V power = x * x;
     if constexpr (kLow >= 4) power = power * power;
     if constexpr (kLow >= 8) power = power * power;
     if constexpr (kLow >= 16) power = power * power;
     return fused(power, estrin<n - kLow>(x, c + kLow), estrin<kLow>(x, c));
   }
 }
-template <int n>
-ZENTHAR_KERNEL Real estrin(Real x, const mreal (&c)[n]) {
+template <int n, class V, class T>
+ZENTHAR_KERNEL V estrin(V x, const T (&c)[n]) {
   return estrin<n>(x, &c[0]);
 }
 

@@ -1,10 +1,11 @@
 // Makes a loop over elements of a vector form.
 //
 // A form is a class with `static Real compute(Real x..., Mask& rare)`, or with Complex for the operands or
-// the result that are complex, and Bits for the operands that are integers. It sets lanes of `rare` whose
-// result it does not have; these are computed by the operation's definition, or by the form's own `static R
-// rare(A... operands)` where the definition is not near enough to the exact result. It must not depend on
-// what other lanes hold, so that an element's result depends on the element alone.
+// the result that are complex, Bits for the operands that are integers, or `static Single compute(Single
+// x..., SingleMask& rare)`. It sets lanes of `rare` whose result it does not have; these are computed by the
+// operation's definition, or by the form's own `static R rare(A... operands)` where the definition is not
+// near enough to the exact result. It must not depend on what other lanes hold, so that an element's result
+// depends on the element alone.
 //
 // A form can have a `static Real compute_rare(Real x..., Mask& rare)` too, slower but in vectors. It is asked
 // for the lanes that compute() sets, and what it sets in turn goes the way above.
@@ -26,6 +27,9 @@ struct LanesOf;
 template <>
 struct LanesOf<mreal> {
   using Type = Real;
+  using Truth = Mask;
+  using Probes = Bits;
+  static constexpr int kCount = kLanes;
   ZENTHAR_KERNEL static Real load(const void* from) { return load_lanes(from); }
   ZENTHAR_KERNEL static void store(void* to, Real x) { store_lanes(to, x); }
   ZENTHAR_KERNEL static Real probe(Real x) { return x - x; }
@@ -38,8 +42,26 @@ struct LanesOf<mint> {
 };
 
 template <>
+struct LanesOf<float> {
+  using Type = Single;
+  using Truth = SingleMask;
+  using Probes = SingleBits;
+  static constexpr int kCount = kSingleLanes;
+  ZENTHAR_KERNEL static Single load(const void* from) {
+    Single x;
+    __builtin_memcpy(&x, from, sizeof x);
+    return x;
+  }
+  ZENTHAR_KERNEL static void store(void* to, Single x) { __builtin_memcpy(to, &x, sizeof x); }
+  ZENTHAR_KERNEL static Single probe(Single x) { return x - x; }
+};
+
+template <>
 struct LanesOf<mcomplex> {
   using Type = Complex;
+  using Truth = Mask;
+  using Probes = Bits;
+  static constexpr int kCount = kLanes;
   ZENTHAR_KERNEL static Complex load(const void* from) {
     const Real a = load_lanes(from), b = load_lanes(static_cast<const char*>(from) + sizeof(Real));
 #if defined(__AVX512F__)
@@ -79,6 +101,8 @@ class VectorLoop {
   }
 
  private:
+  using Lanes = LanesOf<R>;
+  static constexpr int kCount = Lanes::kCount;
   static constexpr bool kProbed = kChecksResult<Op, R> && (kFlags & kCheckReals) != 0;
   static constexpr bool kComputesRare = requires(typename LanesOf<A>::Type... x, Mask left) {
     Form::compute_rare(x..., left);
@@ -87,7 +111,7 @@ class VectorLoop {
 
   // What has been seen to fail: in vectors by probes, elsewhere one by one.
   struct Found {
-    Bits probes{};
+    typename Lanes::Probes probes{};
     int64_t failed = 0;
   };
 
@@ -98,35 +122,35 @@ class VectorLoop {
     Found found;
     mint i = 0;
     if constexpr (kHalved) {
-      if (n >= kLanes) {
+      if (n >= kCount) {
         auto half = Form::prepare(LanesOf<A>::load(own[k])...);
-        for (; i + kLanes <= n; i += kLanes) {
-          const mint ahead = i + 2 * kLanes <= n ? i + kLanes : i;
+        for (; i + kCount <= n; i += kCount) {
+          const mint ahead = i + 2 * kCount <= n ? i + kCount : i;
           const auto next = Form::prepare(LanesOf<A>::load(from_element<A>(own[k], ahead))...);
           finish(found, half, from_element<R>(result, i), from_element<A>(own[k], i)...);
           half = next;
         }
       }
     } else {
-      for (; i + kLanes <= n; i += kLanes)
+      for (; i + kCount <= n; i += kCount)
         step(found, from_element<R>(result, i), from_element<A>(own[k], i)...);
     }
     if (i < n) {
       // The rest in buffers, padded with its last element.
-      alignas(64) char padded[sizeof...(A)][kLanes * sizeof(mcomplex)];
-      alignas(64) R results[kLanes];
+      alignas(64) char padded[sizeof...(A)][kCount * sizeof(mcomplex)];
+      alignas(64) R results[kCount];
       const mint rest = n - i;
       (pad<A>(padded[k], from_element<A>(own[k], i), rest), ...);
       step(found, results, static_cast<const void*>(padded[k])...);
       __builtin_memcpy(from_element<R>(result, i), results, size_t(rest) * sizeof(R));
     }
-    for (int lane = 0; lane < kLanes; ++lane) found.failed |= int64_t(found.probes[lane]);
+    for (int lane = 0; lane < kCount; ++lane) found.failed |= int64_t(found.probes[lane]);
     return found.failed;
   }
 
   template <class T>
   ZENTHAR_KERNEL static void pad(void* to, const void* from, mint n) {
-    for (mint lane = 0; lane < kLanes; ++lane) store(to, lane, load<T>(from, lane < n ? lane : n - 1));
+    for (mint lane = 0; lane < kCount; ++lane) store(to, lane, load<T>(from, lane < n ? lane : n - 1));
   }
 
   // One vector of elements.
@@ -135,21 +159,21 @@ class VectorLoop {
     if constexpr (kHalved) {
       finish(found, Form::prepare(LanesOf<A>::load(operands)...), result, operands...);
     } else {
-      Mask rare = none();
+      typename Lanes::Truth rare{};
       const auto y = Form::compute(LanesOf<A>::load(operands)..., rare);
       put(found, y, rare, result, operands...);
     }
   }
   template <class Half, class... P>
   ZENTHAR_KERNEL static void finish(Found& found, const Half& half, void* result, P... operands) {
-    Mask rare = none();
+    typename Lanes::Truth rare{};
     const auto y = Form::finish(half, LanesOf<A>::load(operands)..., rare);
     put(found, y, rare, result, operands...);
   }
 
   // Stores a vector of results after the rare ones among them have been computed.
   template <class Y, class... P>
-  ZENTHAR_KERNEL static void put(Found& found, Y y, Mask rare, void* result, P... operands) {
+  ZENTHAR_KERNEL static void put(Found& found, Y y, typename Lanes::Truth rare, void* result, P... operands) {
     if constexpr (kComputesRare) {
       if (__builtin_expect(any(rare), 0)) {
         Mask left = none();
@@ -158,7 +182,7 @@ class VectorLoop {
       }
     }
     if (__builtin_expect(any(rare), 0)) {
-      alignas(64) R results[kLanes];
+      alignas(64) R results[kCount];
       LanesOf<R>::store(results, y);
       found.failed |= compute_rare(results, lanes_of(rare), operands...);
       y = LanesOf<R>::load(results);
