@@ -10,8 +10,8 @@
 
 namespace zenthar {
 
-#include "kernels/vector/simd/coefficients/arc.inc"
-#include "kernels/vector/simd/coefficients/doubled.inc"
+#include "kernels/coefficients/arc.inc"
+#include "kernels/coefficients/doubled.inc"
 
 // The second part is what rounding took from the first.
 struct Double {

@@ -6,7 +6,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/inverse_trigonometric.inc"
+#include "kernels/coefficients/inverse_trigonometric.inc"
 
 // Arc tangents are taken from the one of a number c nearby: atan(v) = atan(c) + atan((v - c)/(1 + c v)),
 // where c is the middle of half a binade, and 0 below 1/8.

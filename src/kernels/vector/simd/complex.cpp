@@ -6,7 +6,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/complex.inc"
+#include "kernels/coefficients/complex.inc"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/arc.inc"
+#include "kernels/coefficients/arc.inc"
 
 namespace {
 

@@ -6,8 +6,8 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/exponential.inc"
-#include "kernels/vector/simd/coefficients/logarithm.inc"
+#include "kernels/coefficients/exponential.inc"
+#include "kernels/coefficients/logarithm.inc"
 
 inline constexpr auto kExp2Rest = shortened(kExp2Low);
 

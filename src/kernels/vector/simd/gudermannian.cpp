@@ -4,7 +4,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/gudermannian.inc"
+#include "kernels/coefficients/gudermannian.inc"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/hyperbolic.inc"
+#include "kernels/coefficients/hyperbolic.inc"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/inverse_hyperbolic.inc"
+#include "kernels/coefficients/inverse_hyperbolic.inc"
 
 namespace {
 

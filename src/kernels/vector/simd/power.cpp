@@ -3,7 +3,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/root.inc"
+#include "kernels/coefficients/root.inc"
 
 namespace {
 

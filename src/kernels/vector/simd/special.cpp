@@ -5,7 +5,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/special.inc"
+#include "kernels/coefficients/special.inc"
 
 namespace {
 

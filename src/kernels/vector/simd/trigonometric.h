@@ -7,7 +7,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/trigonometric.inc"
+#include "kernels/coefficients/trigonometric.inc"
 
 // The largest magnitude that reduce() takes.
 inline constexpr mreal kMostReduced = kFused ? 0x1p45 : 0x1p30;

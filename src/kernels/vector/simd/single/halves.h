@@ -7,7 +7,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/short.inc"
+#include "kernels/coefficients/short.inc"
 
 struct Halves {
   Real lower, upper;

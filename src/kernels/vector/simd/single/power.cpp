@@ -3,7 +3,7 @@
 
 namespace zenthar::ZENTHAR_TARGET {
 
-#include "kernels/vector/simd/coefficients/single.inc"
+#include "kernels/coefficients/single.inc"
 
 namespace {
 
