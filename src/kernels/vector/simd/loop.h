@@ -91,6 +91,31 @@ struct LanesOf<mcomplex> {
   ZENTHAR_KERNEL static Real probe(Complex z) { return real(bits(z.re - z.re) | bits(z.im - z.im)); }
 };
 
+#define ZENTHAR_INLINE __attribute__((always_inline))
+
+// A vector of each operand.
+template <class... L>
+struct LoadedOperands;
+template <class L>
+struct LoadedOperands<L> {
+  typename L::Type x;
+  ZENTHAR_KERNEL explicit LoadedOperands(const void* from) : x(L::load(from)) {}
+  template <class F>
+  ZENTHAR_KERNEL auto pass_to(F f) const {
+    return f(x);
+  }
+};
+template <class L, class M>
+struct LoadedOperands<L, M> {
+  typename L::Type x;
+  typename M::Type y;
+  ZENTHAR_KERNEL LoadedOperands(const void* a, const void* b) : x(L::load(a)), y(M::load(b)) {}
+  template <class F>
+  ZENTHAR_KERNEL auto pass_to(F f) const {
+    return f(x, y);
+  }
+};
+
 template <class Op, class Form, uint32_t kFlags, class... A>
 class VectorLoop {
  public:
@@ -115,25 +140,42 @@ class VectorLoop {
     int64_t failed = 0;
   };
 
+  // What is taken from a vector of operands before the results of the one before are stored: the operands
+  // themselves, or what a form in two halves makes of them.
+  template <class... P>
+  ZENTHAR_KERNEL static auto prepared(P... operands) {
+    if constexpr (kHalved) {
+      return Form::prepare(LanesOf<A>::load(operands)...);
+    } else {
+      return LoadedOperands<LanesOf<A>...>(operands...);
+    }
+  }
+  template <class Prepared, class... P>
+  ZENTHAR_KERNEL static auto computed(const Prepared& vector, typename Lanes::Truth& rare, P... operands) {
+    if constexpr (kHalved) {
+      return Form::finish(vector, LanesOf<A>::load(operands)..., rare);
+    } else {
+      return vector.pass_to([&](auto... x) ZENTHAR_INLINE { return Form::compute(x..., rare); });
+    }
+  }
+
   template <int... k>
   ZENTHAR_KERNEL static int64_t run(void* result, const void* const* operands, mint n,
                                     std::integer_sequence<int, k...>) {
     const void* const own[] = {operands[k]...};
     Found found;
     mint i = 0;
-    if constexpr (kHalved) {
-      if (n >= kCount) {
-        auto half = Form::prepare(LanesOf<A>::load(own[k])...);
-        for (; i + kCount <= n; i += kCount) {
-          const mint ahead = i + 2 * kCount <= n ? i + kCount : i;
-          const auto next = Form::prepare(LanesOf<A>::load(from_element<A>(own[k], ahead))...);
-          finish(found, half, from_element<R>(result, i), from_element<A>(own[k], i)...);
-          half = next;
-        }
+    if (n >= kCount) {
+      // The next vector is loaded before this one's results are stored: a load waits for an earlier store
+      // where the low twelve bits of their addresses overlap, as those of runs that were allocated together
+      // may.
+      auto now = prepared(own[k]...);
+      for (; i + kCount <= n; i += kCount) {
+        const mint ahead = i + 2 * kCount <= n ? i + kCount : i;
+        const auto next = prepared(from_element<A>(own[k], ahead)...);
+        step(found, now, from_element<R>(result, i), from_element<A>(own[k], i)...);
+        now = next;
       }
-    } else {
-      for (; i + kCount <= n; i += kCount)
-        step(found, from_element<R>(result, i), from_element<A>(own[k], i)...);
     }
     if (i < n) {
       // The rest in buffers, padded with its last element.
@@ -141,7 +183,8 @@ class VectorLoop {
       alignas(64) R results[kCount];
       const mint rest = n - i;
       (pad<A>(padded[k], from_element<A>(own[k], i), rest), ...);
-      step(found, results, static_cast<const void*>(padded[k])...);
+      step(found, prepared(static_cast<const void*>(padded[k])...), results,
+           static_cast<const void*>(padded[k])...);
       __builtin_memcpy(from_element<R>(result, i), results, size_t(rest) * sizeof(R));
     }
     for (int lane = 0; lane < kCount; ++lane) found.failed |= int64_t(found.probes[lane]);
@@ -154,20 +197,10 @@ class VectorLoop {
   }
 
   // One vector of elements.
-  template <class... P>
-  ZENTHAR_KERNEL static void step(Found& found, void* result, P... operands) {
-    if constexpr (kHalved) {
-      finish(found, Form::prepare(LanesOf<A>::load(operands)...), result, operands...);
-    } else {
-      typename Lanes::Truth rare{};
-      const auto y = Form::compute(LanesOf<A>::load(operands)..., rare);
-      put(found, y, rare, result, operands...);
-    }
-  }
-  template <class Half, class... P>
-  ZENTHAR_KERNEL static void finish(Found& found, const Half& half, void* result, P... operands) {
+  template <class Prepared, class... P>
+  ZENTHAR_KERNEL static void step(Found& found, const Prepared& vector, void* result, P... operands) {
     typename Lanes::Truth rare{};
-    const auto y = Form::finish(half, LanesOf<A>::load(operands)..., rare);
+    const auto y = computed(vector, rare, operands...);
     put(found, y, rare, result, operands...);
   }
 
