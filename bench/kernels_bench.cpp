@@ -63,11 +63,26 @@ struct Type<mreal> {
   static constexpr const char* kName = "real";
 };
 
+// Memory as a host's arrays have it: of the library's allocator, which asks for huge pages for large blocks.
+// So does numpy.
+template <class T>
+struct OfLibrary {
+  using value_type = T;
+  OfLibrary() = default;
+  template <class U>
+  OfLibrary(const OfLibrary<U>&) {}
+  T* allocate(size_t n) { return static_cast<T*>(zalloc(n * sizeof(T), 1, 0)); }
+  void deallocate(T* p, size_t) { zfree(p); }
+  friend bool operator==(OfLibrary, OfLibrary) { return true; }
+};
+template <class T>
+using Run = std::vector<T, OfLibrary<T>>;
+
 // Elements of both signs where there are, never 0, whose products and differences (from the first run) fit.
 template <class T>
-std::vector<T> operand(mint n, int seed) {
+Run<T> operand(mint n, int seed) {
   constexpr int kBits = std::min(19, int(4 * sizeof(T)) - 1);
-  std::vector<T> run(static_cast<size_t>(n));
+  Run<T> run(static_cast<size_t>(n));
   uint64_t state = uint64_t(seed) * 0x9E3779B97F4A7C15u;
   for (T& x : run) {
     state = state * 6364136223846793005u + 1442695040888963407u;
@@ -99,7 +114,7 @@ void add_rows(const std::string& name, int32_t op, F f, bool unary, bool positiv
         auto a = operand<T>(n, 1), b = operand<T>(n, 2);
         if (positive)
           for (T& x : a) x = T(x < T(0) ? T(0) - x : x);
-        std::vector<T> result(static_cast<size_t>(n));
+        Run<T> result(static_cast<size_t>(n));
         for (auto _ : state) {
           body(result.data(), a.data(), b.data(), n);
           benchmark::DoNotOptimize(result.data());
