@@ -162,7 +162,7 @@ const std::vector<Row>& rows() {
       {MACHFUNC_ATANH, {kReal}, of(mpfr_atanh), 0.6, {{-1, 1}}, {0x1.fffffffffffffp-1, 0x1p-28}},
       {MACHFUNC_ACSCH, {kReal}, of_reciprocal(mpfr_asinh), 0.53, {{-9, 9}}, {0x1p28, 0x1p-1022, 0x1p-1074}},
       {MACHFUNC_ASECH, {kReal}, of_reciprocal(mpfr_acosh), 0.53, {{0, 1}}, {0x1.fffffffffffffp-1, 0x1p-1074}},
-      {MACHFUNC_ACOTH, {kReal}, of_reciprocal(mpfr_atanh), 0.52, {{1, 9}}, {0x1.0000000000001p+0, 0x1p28}},
+      {MACHFUNC_ACOTH, {kReal}, of_reciprocal(mpfr_atanh), 0.55, {{1, 9}}, {0x1.0000000000001p+0, 0x1p28}},
       {MACHFUNC_LOG, {kReal}, of(mpfr_log), 0.56, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
       {MACHFUNC_LOG2, {kReal}, of(mpfr_log2), 0.57, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
       {MACHFUNC_LOG10, {kReal}, of(mpfr_log10), 0.56, {{0, 1000}}, {1000, 1e22, 0x1.0000000000001p+0}},

@@ -9,8 +9,8 @@ struct LogForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask& rare) { return finish_log(log_of<Base>(x), x, rare); }
 };
 
-// log(1 + x): m c - 1 for 1 + x = 2^e m comes from x itself where products can be fused, else from 1 + x and
-// what rounding took from it. The sign is that of x, also of a zero.
+// log(1 + x): m c - 1 for 1 + x = 2^e m comes in two parts from x itself where products can be fused, else
+// from 1 + x and what rounding took from it. The sign is that of x, also of a zero.
 struct Log1PForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask& rare) {
     if constexpr (!kFused) {
@@ -20,11 +20,12 @@ struct Log1PForm {
       const Real a = 1.0 + x;
       const Parts parts(a);
       const Real c = parts.scaled(look_up(kCentres, place_of(parts.significand)));
-      const Real r = fused(x, c, c - 1.0);
+      const Real share = x * c, share_low = fused(x, c, -share);
+      const Real r = share + (c - 1.0);  // exactly: of opposite sign, and neither twice as large as the other
       const Double whole = whole_log<Natural>(parts.exponent, parts.significand);
       const Double s = fast_sum(whole.high, r);
       const Real square = r * r;
-      const Real y = s.high + (s.low + fused(square, paired(r, square, kLogTerms), whole.low));
+      const Real y = s.high + (s.low + fused(square, paired(r, square, kLogTerms), whole.low + share_low));
       return with_sign(finish_log(y, a, rare, 0x1p1020), x);
     }
   }
