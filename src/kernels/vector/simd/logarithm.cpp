@@ -20,12 +20,13 @@ struct Log1PForm {
       const Real a = 1.0 + x;
       const Parts parts(a);
       const Real c = parts.scaled(look_up(kCentres, place_of(parts.significand)));
+      // The sum with c - 1 is exact: of opposite sign, and neither twice as large as the other.
       const Real share = x * c, share_low = fused(x, c, -share);
-      const Real r = share + (c - 1.0);  // exactly: of opposite sign, and neither twice as large as the other
+      const Double r = fast_sum(share + (c - 1.0), share_low);
       const Double whole = whole_log<Natural>(parts.exponent, parts.significand);
-      const Double s = fast_sum(whole.high, r);
-      const Real square = r * r;
-      const Real y = s.high + (s.low + fused(square, paired(r, square, kLogTerms), whole.low + share_low));
+      const Double s = fast_sum(whole.high, r.high);
+      const Real square = r.high * r.high;
+      const Real y = s.high + (s.low + fused(square, paired(r.high, square, kLogTerms), whole.low + r.low));
       return with_sign(finish_log(y, a, rare, 0x1p1020), x);
     }
   }
