@@ -9,28 +9,39 @@ struct LogForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask& rare) { return finish_log(log_of<Base>(x), x, rare); }
 };
 
-// log(1 + x): m c - 1 for 1 + x = 2^e m comes in two parts from x itself where products can be fused, else
-// from 1 + x and what rounding took from it. The sign is that of x, also of a zero.
-struct Log1PForm {
+// log(1 + x) by 1 + x and what rounding took from it. The sign is that of x, also of a zero.
+struct PlainLog1PForm {
   ZENTHAR_KERNEL static Real compute(Real x, Mask& rare) {
-    if constexpr (!kFused) {
-      const Double a = sum(broadcast(1.0), x);
-      return with_sign(finish_log(log_of(a, Real{}), a.high, rare), x);
-    } else {
-      const Real a = 1.0 + x;
-      const Parts parts(a);
-      const Real c = parts.scaled(look_up(kCentres, place_of(parts.significand)));
-      // The sum with c - 1 is exact: of opposite sign, and neither twice as large as the other.
-      const Real share = x * c, share_low = fused(x, c, -share);
-      const Double r = fast_sum(share + (c - 1.0), share_low);
-      const Double whole = whole_log<Natural>(parts.exponent, parts.significand);
-      const Double s = fast_sum(whole.high, r.high);
-      const Real square = r.high * r.high;
-      const Real y = s.high + (s.low + fused(square, paired(r.high, square, kLogTerms), whole.low + r.low));
-      return with_sign(finish_log(y, a, rare, 0x1p1020), x);
-    }
+    const Double a = sum(broadcast(1.0), x);
+    return with_sign(finish_log(log_of(a, Real{}), a.high, rare), x);
   }
 };
+
+// The same where products can be fused: m c - 1 for 1 + x = 2^e m comes from x itself, in two parts.
+struct FusedLog1PForm {
+  struct Half {
+    Real a;  // 1 + x
+    Double r, whole;
+  };
+  ZENTHAR_KERNEL static Half prepare(Real x) {
+    const Real a = 1.0 + x;
+    const Parts parts(a);
+    const Real c = parts.scaled(look_up(kCentres, place_of(parts.significand)));
+    // The sum with c - 1 is exact: of opposite sign, and neither twice as large as the other.
+    const Real share = x * c, below = c - 1.0, sum = share + below;
+    const Real r = fused(x, c, below);
+    return {a, {r, fused(x, c, -share) - (r - sum)}, whole_log<Natural>(parts.exponent, parts.significand)};
+  }
+  ZENTHAR_KERNEL static Real finish(const Half& half, Real x, Mask& rare) {
+    const Double r = half.r, s = fast_sum(half.whole.high, r.high);
+    const Real square = r.high * r.high;
+    const Real y =
+        s.high + (s.low + fused(square, paired(r.high, square, kLogTerms), half.whole.low + r.low));
+    return with_sign(finish_log(y, half.a, rare, 0x1p1020), x);
+  }
+};
+
+using Log1PForm = std::conditional_t<kFused, FusedLog1PForm, PlainLog1PForm>;
 
 // The base comes first. Where a logarithm is 0 or none, the definition knows what follows.
 struct LogBaseForm {
