@@ -167,6 +167,9 @@ const std::vector<Row>& rows() {
       {MACHFUNC_LOG2, {kReal}, of(mpfr_log2), 0.57, {{0, 2}}, {0x1.fffffffffffffp-1, 0x1.0000000000001p+0}},
       {MACHFUNC_LOG10, {kReal}, of(mpfr_log10), 0.56, {{0, 1000}}, {1000, 1e22, 0x1.0000000000001p+0}},
       {MACHFUNC_LOG1P, {kReal}, of(mpfr_log1p), 0.8, {{-1, 2}}, {-0x1.fffffffffffffp-1, 0x1p-54, -0x1p-54}},
+      // Where the argument of the series is largest beside the result, and where its rounding is.
+      {MACHFUNC_LOG1P, {kReal}, of(mpfr_log1p), 0.8, {{0.06, 0.07}}},
+      {MACHFUNC_LOG1P, {kReal}, of(mpfr_log1p), 0.8, {{-1, -0.9999}}},
       {MACHFUNC_LOG_BASE,
        {kReal, kReal},
        [](const std::vector<Exact>& x) {
